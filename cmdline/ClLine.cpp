@@ -1,0 +1,247 @@
+// The walk over the argument tokens, command-file expansion, and the errors
+// of the walk.
+#include "cmdline/ClLine.h"
+
+#include "cmdline/ClArg.h"
+#include "cmdline/ClParser.h"
+#include "general/GeInternalFailure.h"
+
+#include <memory>
+#include <set>
+#include <utility>
+
+namespace {
+
+std::string Quoted(const std::string &Text) { return '"' + Text + '"'; }
+
+std::string UnmatchedText(const std::vector<ClToken> &Tokens) {
+  std::string Text = ClText(ClMsg::UnexpectedArguments);
+  for (const ClToken &Token : Tokens) {
+    Text += ' ';
+    Text += Token.Text;
+  }
+  return Text;
+}
+
+/// The token lists being walked: the typed arguments at the bottom, above
+/// them the tokens of each command file being expanded. A file's list stays
+/// until all its tokens are consumed; while it is there the file is being
+/// processed and may not be named again.
+class Cursor {
+public:
+  explicit Cursor(const std::vector<ClToken> &Arguments) {
+    Frames.push_back(Frame{&Arguments, nullptr, 0, false});
+  }
+
+  /// The next token to walk, or null after the last one. Leaves the files
+  /// whose tokens are all consumed.
+  const ClToken *Current() {
+    while (!Frames.empty() &&
+           Frames.back().Next >= Frames.back().Tokens->size())
+      Pop();
+    if (Frames.empty())
+      return nullptr;
+    const Frame &Top = Frames.back();
+    return &(*Top.Tokens)[Top.Next];
+  }
+
+  /// The token behind Current(), across the end of a file.
+  const ClToken *Following() const {
+    for (std::size_t I = Frames.size(); I-- > 0;) {
+      const Frame &F = Frames[I];
+      const std::size_t Index = F.Next + (I + 1 == Frames.size() ? 1 : 0);
+      if (Index < F.Tokens->size())
+        return &(*F.Tokens)[Index];
+    }
+    return nullptr;
+  }
+
+  /// Consumes Current().
+  void Advance() {
+    if (Current())
+      ++Frames.back().Next;
+  }
+
+  bool IsBeingProcessed(const std::string &Name) const {
+    return Active.count(Name) != 0;
+  }
+  std::size_t FileDepth() const { return Active.size(); }
+
+  /// Walks Tokens of the file Name next.
+  void Push(const std::string &Name, std::vector<ClToken> Tokens) {
+    if (Tokens.empty())
+      return;
+    auto Owned = std::make_unique<std::vector<ClToken>>(std::move(Tokens));
+    const std::vector<ClToken> *List = Owned.get();
+    Frames.push_back(Frame{List, std::move(Owned), 0, true});
+    Names.push_back(Name);
+    Active.insert(Name);
+  }
+
+private:
+  struct Frame {
+    const std::vector<ClToken> *Tokens;
+    std::unique_ptr<std::vector<ClToken>> Owned;
+    std::size_t Next;
+    bool IsFile;
+  };
+
+  void Pop() {
+    if (Frames.back().IsFile) {
+      Active.erase(Names.back());
+      Names.pop_back();
+    }
+    Frames.pop_back();
+  }
+
+  std::vector<Frame> Frames;
+  /// The names of the file frames, bottom to top.
+  std::vector<std::string> Names;
+  std::set<std::string> Active;
+};
+
+bool BeginsWithName(const std::string &Text, const ClArg &Option) {
+  const std::string &Long = Option.LongName();
+  if (!Long.empty() && Text.size() >= Long.size() + 2 && Text[0] == '-' &&
+      Text[1] == '-' && Text.compare(2, Long.size(), Long) == 0)
+    return true;
+  const char Short = Option.ShortName();
+  return Short != 0 && Text.size() >= 2 && Text[0] == '-' && Text[1] == Short;
+}
+
+} // namespace
+
+// Errors --------------------------------------------------------------------
+
+ClLine::ErrorBase::ErrorBase(ClMsg Tag, const std::string &Text, ClPlace Place)
+    : std::runtime_error(Text), MessageTag(Tag), Where(std::move(Place)) {}
+
+ClLine::UnmatchedError::UnmatchedError(std::vector<ClToken> Tokens)
+    : ErrorBase(ClMsg::UnexpectedArguments, UnmatchedText(Tokens), ClPlace()),
+      Unmatched(std::move(Tokens)) {}
+
+ClLine::ParaBeginsWithMinusError::ParaBeginsWithMinusError(ClToken Option,
+                                                           ClToken Parameter)
+    : ErrorBase(ClMsg::ParaBeginsWithMinus,
+                ClText(ClMsg::ParaBeginsWithMinus) + Quoted(Option.Text) +
+                    ClText(ClMsg::ParaBeginsWithMinusWas) +
+                    Quoted(Parameter.Text) +
+                    ClText(ClMsg::ParaBeginsWithMinusTail),
+                Option.Place),
+      OptionToken(std::move(Option)), ParameterToken(std::move(Parameter)) {}
+
+ClLine::CommandFileNotFound::CommandFileNotFound(std::string FileName,
+                                                 ClPlace OptionPlace)
+    : ErrorBase(ClMsg::CommandFileNotFound,
+                ClCompose(ClMsg::CommandFileNotFound, Quoted(FileName)),
+                std::move(OptionPlace)),
+      Name(std::move(FileName)) {}
+
+ClLine::CommandFileRecursionError::CommandFileRecursionError(
+    std::string FileName, ClPlace OptionPlace)
+    : ErrorBase(ClMsg::CommandFileRecursion,
+                ClCompose(ClMsg::CommandFileRecursion, Quoted(FileName)),
+                std::move(OptionPlace)),
+      Name(std::move(FileName)) {}
+
+ClLine::UnmatchedQuoteError::UnmatchedQuoteError(std::string FileName,
+                                                 ClPlace QuotePlace)
+    : ErrorBase(ClMsg::UnmatchedQuote, ClText(ClMsg::UnmatchedQuote),
+                std::move(QuotePlace)),
+      Name(std::move(FileName)) {}
+
+ClLine::UnmatchedSlashStarError::UnmatchedSlashStarError(std::string FileName,
+                                                         ClPlace CommentPlace)
+    : ErrorBase(ClMsg::UnmatchedSlashStar, ClText(ClMsg::UnmatchedSlashStar),
+                std::move(CommentPlace)),
+      Name(std::move(FileName)) {}
+
+// ClLine --------------------------------------------------------------------
+
+ClLine::ClLine(int Argc, const char *const *Argv) {
+  if (!Argv || Argc <= 1)
+    return;
+  Args.reserve(static_cast<std::size_t>(Argc - 1));
+  for (int I = 1; I < Argc; ++I)
+    Args.emplace_back(Argv[I] ? std::string(Argv[I]) : std::string(),
+                      ClPlace(I));
+}
+
+ClLine::ClLine(const std::vector<std::string> &Arguments) {
+  Args.reserve(Arguments.size());
+  int Index = 1;
+  for (const std::string &Text : Arguments)
+    Args.emplace_back(Text, ClPlace(Index++));
+}
+
+ClLine ClLine::FromTokens(std::vector<ClToken> Tokens) {
+  ClLine Line;
+  Line.Args = std::move(Tokens);
+  return Line;
+}
+
+ClWalkResult ClLine::Walk(ClParser &Root,
+                          const ClWalkSettings &Settings) const {
+  ClWalkResult Result;
+  std::vector<ClToken> Unexpected;
+  Cursor Walker(Args);
+  while (const ClToken *Token = Walker.Current()) {
+    const ClToken *Next = Walker.Following();
+    const ClMatch Match = Root.Match(*Token, Next);
+    if (Match.Kind == ClNoMatch) {
+      if (Token->Text.size() > 1 && Token->Text[0] == '-' &&
+          !Settings.AcceptUnknownOptions)
+        Unexpected.push_back(*Token);
+      else
+        Result.Positional.push_back(*Token);
+      Walker.Advance();
+      continue;
+    }
+    if (Match.Kind != ClParaInToken && Match.Kind != ClParaSeparate)
+      GeInternalFailure(ClText(ClMsg::UnknownArgPara));
+    if (Match.Deprecated)
+      Result.Deprecated.push_back(*Token);
+    const bool Separate = Match.Kind == ClParaSeparate;
+    if (Separate) {
+      if (!Next)
+        GeInternalFailure(ClText(ClMsg::MissingSeparateToken));
+      const std::string &Para = Next->Text;
+      if (Para.size() > 1 && Para[0] == '-' && Para.compare(0, 3, "---") != 0)
+        throw ParaBeginsWithMinusError(*Token, *Next);
+    }
+    if (Settings.RecordOptions &&
+        !(Settings.NotRecorded &&
+          BeginsWithName(Token->Text, *Settings.NotRecorded))) {
+      std::vector<ClToken> &List =
+          Match.SecondMark ? Result.SecondRecorded : Result.Recorded;
+      List.push_back(*Token);
+      if (Separate)
+        List.push_back(*Next);
+    }
+
+    const ClCommandFileArg *CommandFile =
+        Match.Parser
+            ? dynamic_cast<const ClCommandFileArg *>(&Match.Parser->Arg())
+            : nullptr;
+    const ClPlace OptionPlace = Token->Place;
+    Walker.Advance();
+    if (Separate)
+      Walker.Advance();
+    if (!CommandFile)
+      continue;
+
+    const std::string Name =
+        CommandFile->FileName(Match.Parser->Occurrences().back().Parameter());
+    if (Walker.IsBeingProcessed(Name) ||
+        Walker.FileDepth() >= MaxCommandFileDepth)
+      throw CommandFileRecursionError(Name, OptionPlace);
+    std::unique_ptr<std::istream> In = CommandFile->Open(Name);
+    if (!In || !*In)
+      throw CommandFileNotFound(Name, OptionPlace);
+    Walker.Push(Name, ReadCommandFile(*In, Name));
+  }
+  if (!Unexpected.empty())
+    throw UnmatchedError(std::move(Unexpected));
+  Root.Check();
+  return Result;
+}

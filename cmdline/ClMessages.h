@@ -1,0 +1,69 @@
+// The texts of the command-line subsystem: one table, addressed by tag.
+//
+// A text that names user input (a token, a file name, an option) is held as
+// the fixed words before and after that input; the input itself stays a
+// separate fill-in and is never spliced into a format.
+#ifndef CMDLINE_CLMESSAGES_H
+#define CMDLINE_CLMESSAGES_H
+
+#include <string>
+
+/// Tags of the command-line texts.
+enum class ClMsg {
+  None,
+  // Conversion of option parameters.
+  IllegalCharacters,
+  IntegerExpected,
+  IntegerBaseDecimal,
+  IntegerBaseOctal,
+  IntegerBaseHexadecimal,
+  IntegerBaseAny,
+  IntegerWord,
+  IntegerAtMost,
+  IntegerAtLeast,
+  IntegerBetween,
+  IntegerBetweenAnd,
+  IntegerQuoted,
+  // Occurrence rules of option parsers.
+  RequiresSeparateParameter,
+  NoLongerSupported,
+  OnlyOnce,
+  DoesNotMatch,
+  MissingOption,
+  // Combination rules and descriptions of groups.
+  IllegalCombination,
+  CombinationAnd,
+  CombinationFirstAnyOf,
+  CombinationSecondAnyOf,
+  AnyCombinationOf,
+  AnyOneOf,
+  // The walk and command files.
+  UnexpectedArguments,
+  ParaBeginsWithMinus,
+  ParaBeginsWithMinusWas,
+  ParaBeginsWithMinusTail,
+  CommandFileNotFound,
+  CommandFileRecursion,
+  UnmatchedQuote,
+  UnmatchedSlashStar,
+  // Help listing.
+  HelpHeading,
+  HelpDebugMarker,
+  HelpDeprecatedMarker,
+  HelpRemovedMarker,
+  // Internal failures.
+  UnknownArgPara,
+  StoreOnGroup,
+  MissingSeparateToken,
+};
+
+/// The text of Tag: the words that stand before its fill-in (if it has one).
+const char *ClText(ClMsg Tag);
+
+/// The words that follow the fill-in of Tag; empty for texts that end with it.
+const char *ClTextAfter(ClMsg Tag);
+
+/// ClText(Tag) + Subject + ClTextAfter(Tag).
+std::string ClCompose(ClMsg Tag, const std::string &Subject);
+
+#endif

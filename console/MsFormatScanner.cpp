@@ -1,0 +1,60 @@
+// Reading the format language of message texts.
+#include "console/MsFormatScanner.h"
+
+#include <cstring>
+
+bool MsFormatScanner::Next(MsFormatItem &Item) {
+  if (Done || At >= Format.size())
+    return false;
+  Item = MsFormatItem();
+  Item.Begin = At;
+  if (Format[At] != '%') {
+    const void *Percent =
+        std::memchr(Format.data() + At, '%', Format.size() - At);
+    std::size_t End =
+        Percent ? static_cast<std::size_t>(static_cast<const char *>(Percent) -
+                                           Format.data())
+                : Format.size();
+    Item.Type = MsFormatItem::Text;
+    Item.Length = End - At;
+    At = End;
+    return true;
+  }
+  ++At;
+  char Letter = At < Format.size() ? Format[At] : '\0';
+  if (Letter == '%') {
+    ++At;
+    Item.Type = MsFormatItem::Percent;
+  } else if (Letter == 's' || Letter == 'p') {
+    ++At;
+    Item.Type = Letter == 's' ? MsFormatItem::String : MsFormatItem::Position;
+    if (At < Format.size()) {
+      char Mod = Format[At];
+      if ((Letter == 's' && (Mod == 'q' || Mod == 'u')) ||
+          (Letter == 'p' && Mod == 'v')) {
+        Item.Modifier = Mod;
+        ++At;
+      }
+    }
+    std::uint32_t Number = ReadNumber();
+    Item.Index = Number == 0 ? 0 : Number - 1;
+  } else {
+    Item.Type = MsFormatItem::BadLetter;
+    Done = true;
+  }
+  Item.Length = At - Item.Begin;
+  return true;
+}
+
+std::uint32_t MsFormatScanner::ReadNumber() {
+  std::uint32_t Number = 0;
+  while (At < Format.size() && Format[At] >= '0' && Format[At] <= '9') {
+    std::uint32_t Digit = static_cast<std::uint32_t>(Format[At] - '0');
+    if (Number > (UINT32_MAX - Digit) / 10)
+      Number = UINT32_MAX;
+    else
+      Number = Number * 10 + Digit;
+    ++At;
+  }
+  return Number;
+}

@@ -1,0 +1,258 @@
+// The human form of released messages and the text forms of positions.
+#include "console/MsMessageFormatter.h"
+
+#include "general/GeStreamAdaptors.h"
+
+#include <algorithm>
+#include <ostream>
+#include <string>
+
+void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoFatalError(
+    const MsMessage &) {
+  LevelWord = "Fatal error";
+}
+void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoCommandLineError(
+    const MsMessage &) {
+  LevelWord = "Command line error";
+}
+void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoError(const MsMessage &) {
+  LevelWord = "Error";
+}
+void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoWarning(
+    const MsMessage &) {
+  LevelWord = "Warning";
+}
+void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoRemark(
+    const MsMessage &) {
+  LevelWord = "Remark";
+}
+
+const char *
+MsMessageFormatterDoDiagnosticNoSourceVisitor::LevelWordOf(const MsMessage &M) {
+  MsMessageFormatterDoDiagnosticNoSourceVisitor V;
+  M.Visit(V);
+  return V.Word();
+}
+
+namespace {
+
+/// Picks the layout of a message by its kind.
+class FormatVisitor : public MsMessage::Visitor {
+public:
+  FormatVisitor(const MsMessageFormatter &TheFormatter, std::ostream &Stream,
+                const MsConsole &TheConsole)
+      : Formatter(TheFormatter), Out(Stream), Console(TheConsole) {}
+
+  void DoAbort(const MsMessage &) override { Formatter.DoAbort(Out); }
+  void DoOutOfMemory(const MsMessage &) override {
+    Formatter.DoOutOfMemory(Out);
+  }
+  void DoFatalError(const MsMessage &M) override { Diagnostic(M); }
+  void DoCommandLineError(const MsMessage &M) override {
+    Formatter.DoCommandLineError(Out, M, Console);
+  }
+  void DoError(const MsMessage &M) override { Diagnostic(M); }
+  void DoWarning(const MsMessage &M) override { Diagnostic(M); }
+  void DoRemark(const MsMessage &M) override { Diagnostic(M); }
+  void DoInternalError(const MsMessage &M) override {
+    Formatter.DoInternalError(Out, M, Console);
+  }
+
+private:
+  void Diagnostic(const MsMessage &M) {
+    if (M.HasPosition())
+      Formatter.DoDiagnostic(Out, M, Console);
+    else
+      Formatter.DoDiagnosticNoSource(Out, M, Console);
+  }
+
+  const MsMessageFormatter &Formatter;
+  std::ostream &Out;
+  const MsConsole &Console;
+};
+
+/// The level word, the tag in brackets when there is one, and ": ".
+void WriteLevelAndTag(std::ostream &Out, const MsMessage &M,
+                      const MsConsole &Console) {
+  if (const char *Word =
+          MsMessageFormatterDoDiagnosticNoSourceVisitor::LevelWordOf(M))
+    Out << Word;
+  if (M.HasTag())
+    Out << '[' << Console.TagText(M.Tag(), M.Kind() == MsMessage::KindError)
+        << ']';
+  Out << ": ";
+}
+
+/// Writes the content from the buffer's column, ends the last line, and hands
+/// the whole message to Out.
+void FinishMessage(std::ostream &Out, GeFresh_ostrstream &Buffer,
+                   const MsMessageFormatter &Formatter, const MsMessage &M) {
+  Formatter.WriteContentWrapped(
+      Buffer, M, static_cast<std::uint32_t>(std::max(Buffer.Column(), 0)));
+  if (Buffer.Column() != 0)
+    Buffer << '\n';
+  std::string Text = Buffer.str();
+  Out.write(Text.data(), static_cast<std::streamsize>(Text.size()));
+}
+
+bool ShowsSourceLine(const MsMessage &M) {
+  return M.HasPosition() && !M.Position().IsAtEndOfSource();
+}
+
+} // namespace
+
+MsMessageFormatter::MsMessageFormatter(std::int32_t Width) : LineWidth(Width) {}
+
+MsMessageFormatter::~MsMessageFormatter() = default;
+
+void MsMessageFormatter::DoDiagnostic(std::ostream &Out, const MsMessage &M,
+                                      const MsConsole &Console) const {
+  GeFresh_ostrstream Buffer;
+  if (ShowsSourceLine(M))
+    WriteSourceLineContext(Buffer, M, Console);
+  if (M.HasPosition())
+    WriteSourcePosition(Buffer, M.Position());
+  WriteLevelAndTag(Buffer, M, Console);
+  FinishMessage(Out, Buffer, *this, M);
+}
+
+void MsMessageFormatter::DoDiagnosticNoSource(std::ostream &Out,
+                                              const MsMessage &M,
+                                              const MsConsole &Console) const {
+  GeFresh_ostrstream Buffer;
+  WriteLevelAndTag(Buffer, M, Console);
+  FinishMessage(Out, Buffer, *this, M);
+}
+
+void MsMessageFormatter::DoCommandLineError(std::ostream &Out,
+                                            const MsMessage &M,
+                                            const MsConsole &Console) const {
+  GeFresh_ostrstream Buffer;
+  if (ShowsSourceLine(M))
+    WriteSourceLineContext(Buffer, M, Console);
+  if (M.HasPosition())
+    WriteSourcePosition(Buffer, M.Position());
+  Buffer << "Command line error: ";
+  FinishMessage(Out, Buffer, *this, M);
+}
+
+void MsMessageFormatter::DoInternalError(std::ostream &Out, const MsMessage &M,
+                                         const MsConsole &) const {
+  GeFresh_ostrstream Buffer;
+  if (M.HasPosition())
+    WriteSourcePosition(Buffer, M.Position());
+  Buffer << "Internal error: ";
+  FinishMessage(Out, Buffer, *this, M);
+}
+
+void MsMessageFormatter::WriteContentUnwrapped(std::ostream &Out,
+                                               const MsMessage &M) const {
+  if (const MsMessageContentInterface *Content = M.Content())
+    Content->Write(Out, 0, 65535, 0);
+}
+
+void MsMessageFormatter::DoOutOfMemory(std::ostream &Out) const {
+  static const char Text[] = "Out of memory\n";
+  Out.write(Text, sizeof Text - 1);
+  Out.flush();
+}
+
+void MsMessageFormatter::DoAbort(std::ostream &Out) const {
+  Out << "Fatal error detected, aborting.\n";
+}
+
+void MsMessageFormatter::WriteContentWrapped(std::ostream &Out,
+                                             const MsMessage &M,
+                                             std::uint32_t StartColumn) const {
+  if (const MsMessageContentInterface *Content = M.Content())
+    Content->Write(Out, StartColumn, EffectiveWidth(), 0);
+}
+
+void MsMessageFormatter::WriteSourceLineContext(
+    std::ostream &Out, const MsMessage &M, const MsConsole &Console) const {
+  Out << '\n';
+  Console.WriteSourceLine(M.Position(), Out);
+}
+
+void MsMessageFormatter::WriteSourcePosition(
+    std::ostream &Out, const DiSourcePosition &Pos) const {
+  if (Pos.IsAtEndOfSource()) {
+    Out << "At end of source  ";
+    return;
+  }
+  if (const DiFile *File = Pos.File())
+    Out << '"' << File->Name() << "\",";
+  Out << Pos.Line() << "  ";
+}
+
+void MsMessageFormatter::Format(std::ostream &Out, const MsMessage &M,
+                                const MsConsole &Console) const {
+  FormatVisitor V(*this, Out, Console);
+  M.Visit(V);
+}
+
+std::string MsMessageFormatter::PlainPositionText(const DiSourceRange &Range) {
+  const DiSourcePosition &Pos = Range.Start;
+  if (Pos.IsNone())
+    return std::string();
+  if (Pos.IsAtEndOfSource())
+    return "at end of source";
+  std::string Text;
+  if (const DiFile *File = Pos.File())
+    Text += '"' + File->Name() + "\", ";
+  Text += "line ";
+  Text += std::to_string(Pos.Line());
+  return Text;
+}
+
+std::string
+MsMessageFormatter::VerbosePositionText(const DiSourceRange &Range) {
+  const DiSourcePosition &Pos = Range.Start;
+  if (Pos.IsNone())
+    return std::string();
+  if (Pos.IsAtEndOfSource())
+    return "at end of source";
+  std::string Text = "at line " + std::to_string(Pos.Line());
+  if (const DiFile *File = Pos.File())
+    Text += " of \"" + File->Name() + '"';
+  return Text;
+}
+
+std::string MsMessageFormatter::TaggedPositionOpen(const DiSourceRange &Range) {
+  const DiSourcePosition &Start = Range.Start;
+  const DiSourcePosition &End = Range.End;
+  std::string Text = "\x01<SRCREF file=\"";
+  if (const DiFile *File = Start.File())
+    Text += File->Name();
+  Text += "\" line=" + std::to_string(Start.Line());
+  Text += " col=" + std::to_string(Start.Column());
+  if (!End.IsNone()) {
+    if (End.Line() != Start.Line())
+      Text += " endline=" + std::to_string(End.Line());
+    if (End.Column() != Start.Column())
+      Text += " endcol=" + std::to_string(End.Column());
+  }
+  Text += "\x01>";
+  return Text;
+}
+
+std::string MsMessageFormatter::TaggedPositionClose() {
+  return "\x01</SRCREF\x01>";
+}
+
+void MsMessageFormatter::WriteSourceLineWithCaret(const DiSourcePosition &Pos,
+                                                  std::ostream &Out) {
+  const DiSourceLineSequence *Seq = Pos.Sequence();
+  std::string Line;
+  if (!Seq || !Seq->LineText(Pos.LineIndex(), Line))
+    return;
+  Out << "  " << Line << "\n  ";
+  // A column past the end of the line puts the caret just after it.
+  std::size_t Before = std::min<std::size_t>(
+      Pos.Column() > 0 ? Pos.Column() - 1 : 0, Line.size());
+  std::string Marks(Before, ' ');
+  for (std::size_t At = 0; At < Before; ++At)
+    if (Line[At] == '\t')
+      Marks[At] = '\t';
+  Out << Marks << "^\n";
+}

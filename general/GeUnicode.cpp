@@ -1,0 +1,203 @@
+// UTF-8 / UTF-16 / locale conversions and the Unicode-path input file stream.
+#include "general/GeUnicode.h"
+
+#include <algorithm>
+#include <cwchar>
+#include <stdexcept>
+
+namespace GeUnicode {
+
+namespace {
+
+constexpr char16_t EscapeBase = 0xDC00;
+
+bool IsContinuation(unsigned char Byte) { return (Byte & 0xC0) == 0x80; }
+
+/// The number of bytes of the shortest UTF-8 form of Value (up to 0x10FFFF).
+std::ptrdiff_t ShortestUtf8Length(CodePoint Value) {
+  if (Value < 0x80)
+    return 1;
+  if (Value < 0x800)
+    return 2;
+  if (Value < 0x10000)
+    return 3;
+  return 4;
+}
+
+void AppendUtf8(CodePoint Value, std::string &Out) {
+  if (Value < 0x80) {
+    Out += static_cast<char>(Value);
+  } else if (Value < 0x800) {
+    Out += static_cast<char>(0xC0 | (Value >> 6));
+    Out += static_cast<char>(0x80 | (Value & 0x3F));
+  } else if (Value < 0x10000) {
+    Out += static_cast<char>(0xE0 | (Value >> 12));
+    Out += static_cast<char>(0x80 | ((Value >> 6) & 0x3F));
+    Out += static_cast<char>(0x80 | (Value & 0x3F));
+  } else {
+    Out += static_cast<char>(0xF0 | (Value >> 18));
+    Out += static_cast<char>(0x80 | ((Value >> 12) & 0x3F));
+    Out += static_cast<char>(0x80 | ((Value >> 6) & 0x3F));
+    Out += static_cast<char>(0x80 | (Value & 0x3F));
+  }
+}
+
+} // namespace
+
+bool DecodeUtf8(const char *&Pos, const char *End, CodePoint &Value) {
+  if (Pos >= End)
+    return false;
+  const auto Lead = static_cast<unsigned char>(*Pos++);
+  if (Lead < 0x80) {
+    Value = Lead;
+    return true;
+  }
+  if (Lead < 0xC0)
+    return false;
+  // Result holds the lead byte's remaining bits followed by the six bits of
+  // each continuation byte taken; LeadBit marks, within Result, the lead bit
+  // that decides whether one more continuation byte follows.
+  CodePoint Result = Lead & 0x7F;
+  CodePoint LeadBit = 0x40;
+  int Taken = 0;
+  while (Result & LeadBit) {
+    if (Taken == 6 || Pos >= End)
+      return false;
+    const auto Next = static_cast<unsigned char>(*Pos);
+    if (!IsContinuation(Next))
+      return false;
+    ++Pos;
+    ++Taken;
+    Result = ((Result & ~LeadBit) << 6) | (Next & 0x3F);
+    LeadBit <<= 5;
+  }
+  Value = Result;
+  return true;
+}
+
+unsigned EncodeUtf16(CodePoint Value, char16_t Units[2]) {
+  if (Value < 0x10000) {
+    Units[0] = static_cast<char16_t>(Value);
+    return 1;
+  }
+  if (Value > MaxCodePoint)
+    return 0;
+  const CodePoint Offset = Value - 0x10000;
+  Units[0] = static_cast<char16_t>(0xD800 | (Offset >> 10));
+  Units[1] = static_cast<char16_t>(0xDC00 | (Offset & 0x3FF));
+  return 2;
+}
+
+std::u16string Utf8ToUtf16(const std::string &Text) {
+  std::u16string Out;
+  Out.reserve(Text.size());
+  const char *Pos = Text.data();
+  const char *const End = Pos + Text.size();
+  while (Pos < End) {
+    const char *const Start = Pos;
+    CodePoint Value = 0;
+    char16_t Units[2];
+    unsigned Count = 0;
+    if (DecodeUtf8(Pos, End, Value) &&
+        Pos - Start == ShortestUtf8Length(Value) &&
+        (Value < 0xD800 || Value > 0xDFFF))
+      Count = EncodeUtf16(Value, Units);
+    if (Count == 0) {
+      Out += static_cast<char16_t>(EscapeBase +
+                                   static_cast<unsigned char>(*Start));
+      Pos = Start + 1;
+      continue;
+    }
+    Out.append(Units, Count);
+  }
+  return Out;
+}
+
+std::string Utf16ToUtf8(const std::u16string &Text) {
+  std::string Out;
+  Out.reserve(Text.size());
+  for (std::size_t I = 0, N = Text.size(); I < N; ++I) {
+    const char16_t Unit = Text[I];
+    if (Unit >= 0xD800 && Unit <= 0xDBFF && I + 1 < N &&
+        Text[I + 1] >= 0xDC00 && Text[I + 1] <= 0xDFFF) {
+      AppendUtf8(0x10000 + ((CodePoint(Unit) - 0xD800) << 10) +
+                     (CodePoint(Text[I + 1]) - 0xDC00),
+                 Out);
+      ++I;
+    } else if (Unit >= EscapeBase + 0x80 && Unit <= EscapeBase + 0xFF) {
+      Out += static_cast<char>(Unit - EscapeBase);
+    } else {
+      AppendUtf8(Unit, Out);
+    }
+  }
+  return Out;
+}
+
+std::string WideToNarrow(const std::wstring &Text, const std::locale &Locale) {
+  using Codecvt = std::codecvt<wchar_t, char, std::mbstate_t>;
+  const Codecvt &Cvt = std::use_facet<Codecvt>(Locale);
+  const std::size_t MaxLength =
+      static_cast<std::size_t>(std::max(Cvt.max_length(), 1));
+
+  std::string Out;
+  std::string Chunk;
+  const wchar_t *From = Text.data();
+  const wchar_t *const FromEnd = From + Text.size();
+  while (From < FromEnd) {
+    // Converted in bounded chunks; a chunk that fills up just ends early.
+    const std::size_t Remaining = static_cast<std::size_t>(FromEnd - From);
+    Chunk.resize(std::min<std::size_t>(Remaining, 4096) * MaxLength);
+    std::mbstate_t State{};
+    const wchar_t *FromNext = From;
+    char *ToNext = &Chunk[0];
+    const std::codecvt_base::result Result =
+        Cvt.out(State, From, FromEnd, FromNext, &Chunk[0],
+                &Chunk[0] + Chunk.size(), ToNext);
+    if (Result == std::codecvt_base::noconv) {
+      for (; From < FromEnd; ++From)
+        Out += static_cast<char>(*From);
+      break;
+    }
+    Out.append(Chunk.data(), static_cast<std::size_t>(ToNext - Chunk.data()));
+    if (Result == std::codecvt_base::error || FromNext == From) {
+      // FromNext is the character that the locale cannot represent.
+      Out += '?';
+      From = FromNext + 1;
+    } else {
+      From = FromNext;
+    }
+  }
+  return Out;
+}
+
+std::locale MakeLocale(const std::string &Name) {
+  try {
+    return std::locale(Name.c_str());
+  } catch (const std::runtime_error &) {
+    throw std::runtime_error("bad locale name");
+  }
+}
+
+InFileStream::InFileStream(const std::u16string &Path) : std::istream(nullptr) {
+  init(&Buffer);
+  Open(Utf16ToUtf8(Path));
+}
+
+InFileStream::InFileStream(const std::string &Path) : std::istream(nullptr) {
+  init(&Buffer);
+  Open(Path);
+}
+
+InFileStream::~InFileStream() = default;
+
+void InFileStream::Open(const std::string &Utf8Path) {
+  if (!Buffer.open(Utf8Path, std::ios::in | std::ios::binary))
+    setstate(std::ios::failbit);
+}
+
+void InFileStream::Close() {
+  if (!Buffer.close())
+    setstate(std::ios::failbit);
+}
+
+} // namespace GeUnicode

@@ -1,0 +1,22 @@
+// The framework's command-file option, "-f file".
+#ifndef SETUP_SUCOMMANDFILEARG_H
+#define SETUP_SUCOMMANDFILEARG_H
+
+#include "cmdline/ClArg.h"
+
+#include <istream>
+#include <memory>
+#include <string>
+
+/// The option -f that names a command file. A name without an extension gets
+/// ".xcl" appended; the file is opened through GeUnicode::InFileStream, in
+/// binary mode. A directory cannot be opened as a command file.
+class SuCommandFileArg : public ClCommandFileArg {
+public:
+  SuCommandFileArg();
+
+  std::string FileName(const std::string &Parameter) const override;
+  std::unique_ptr<std::istream> Open(const std::string &Name) const override;
+};
+
+#endif

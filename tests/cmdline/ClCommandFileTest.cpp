@@ -1,0 +1,268 @@
+// Tests of the command-file tokenizer and reader: token syntax, quoting,
+// comments, line and column counting, errors and their positions.
+#include "cmdline/ClCommandFile.h"
+#include "cmdline/ClLine.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Tok {
+  std::string Text;
+  std::uint32_t Line;
+  std::uint32_t Column;
+
+  friend bool operator==(const Tok &A, const Tok &B) {
+    return A.Text == B.Text && A.Line == B.Line && A.Column == B.Column;
+  }
+  friend std::ostream &operator<<(std::ostream &Out, const Tok &T) {
+    return Out << '[' << T.Text << "]@" << T.Line << ':' << T.Column;
+  }
+};
+
+/// The tokens of Text with their line and column (a bare tokenizer places
+/// line L at index L - 1).
+std::vector<Tok> Lex(const std::string &Text, std::size_t SizeHint) {
+  std::istringstream In(Text);
+  ClCommandFileTokenizer Tokenizer(In, nullptr, 0, SizeHint);
+  std::vector<Tok> Result;
+  ClToken Token;
+  while (Tokenizer.NextToken(Token)) {
+    Result.push_back(Tok{Token.Text, Token.Place.Position.LineIndex() + 1,
+                         Token.Place.Position.Column()});
+    EXPECT_EQ(Tokenizer.TokenLine(), Result.back().Line);
+    EXPECT_EQ(Tokenizer.TokenColumn(), Result.back().Column);
+  }
+  EXPECT_FALSE(Tokenizer.NextToken(Token)) << "tokens after the end";
+  return Result;
+}
+
+struct LexCase {
+  const char *Name;
+  std::string Input;
+  std::vector<Tok> Tokens;
+};
+
+const LexCase LexCases[] = {
+    // Separators.
+    {"empty", "", {}},
+    {"only separators", "   \t\r\n \n", {}},
+    {"one token", "a", {{"a", 1, 1}}},
+    {"space", "a b", {{"a", 1, 1}, {"b", 1, 3}}},
+    {"tab and carriage return",
+     "a\tb\rc",
+     {{"a", 1, 1}, {"b", 1, 3}, {"c", 1, 5}}},
+    {"line feed", "a\nb", {{"a", 1, 1}, {"b", 2, 1}}},
+    {"crlf", "a\r\nb\r\n", {{"a", 1, 1}, {"b", 2, 1}}},
+    {"indent and blank lines", "  a\n\n   bc  ", {{"a", 1, 3}, {"bc", 3, 4}}},
+    // Slashes and comments.
+    {"slash inside a token", "u/v", {{"u/v", 1, 1}}},
+    {"block comment separates", "u/*c*/v", {{"u", 1, 1}, {"v", 1, 7}}},
+    {"line comment separates", "u//c\nv", {{"u", 1, 1}, {"v", 2, 1}}},
+    {"slash at the end", "a/", {{"a/", 1, 1}}},
+    {"lone slash at the end", "/", {{"/", 1, 1}}},
+    {"lone slash then token", "/ x", {{"/", 1, 1}, {"x", 1, 3}}},
+    {"slash before quote", "/\"a\"", {{"/a", 1, 1}}},
+    {"block comment over lines", "/*a\nb*/ x", {{"x", 2, 5}}},
+    {"empty block comment", "/**/x", {{"x", 1, 5}}},
+    {"star slash needs its own star", "/*/ x */y", {{"y", 1, 9}}},
+    {"stars before the end", "/***/z", {{"z", 1, 6}}},
+    {"only a line comment", "//only", {}},
+    {"line comment keeps the line feed",
+     "a//c\r\nb",
+     {{"a", 1, 1}, {"b", 2, 1}}},
+    {"block comment ends token", "a/*x*/", {{"a", 1, 1}}},
+    {"comment marks in a line comment", "// /* \"\nz", {{"z", 2, 1}}},
+    {"line comment in a block comment", "/* // */q", {{"q", 1, 9}}},
+    // Quoted stretches.
+    {"quoted separators", "\"a b\"", {{"a b", 1, 1}}},
+    {"quotes do not end the token", "uv\"w x\"y", {{"uvw xy", 1, 1}}},
+    {"doubled quote", "\"a\"\"b\"", {{"a\"b", 1, 1}}},
+    {"backslash quote", "\"a\\\"b\"", {{"a\"b", 1, 1}}},
+    {"backslash kept", "\"a\\b\"", {{"a\\b", 1, 1}}},
+    {"backslash before backslash", "\"a\\\\\"", {{"a\\\\", 1, 1}}},
+    {"backslash takes the next byte as it is", "\"\\\n\"", {{"\\\n", 1, 1}}},
+    {"empty stretch alone", "\"\"", {}},
+    {"empty stretch between separators",
+     "x \"\" y",
+     {{"x", 1, 1}, {"y", 1, 6}}},
+    {"empty stretch then token", "\"\" x", {{"x", 1, 4}}},
+    {"empty stretch attached", "\"\"x", {{"x", 1, 3}}},
+    {"empty stretch after token", "x\"\"", {{"x", 1, 1}}},
+    {"token position at the quote", "  \"a\"", {{"a", 1, 3}}},
+    {"quote inside a token", "a\"b\"c", {{"abc", 1, 1}}},
+    {"quoted quote only", "\"\"\"\"", {{"\"", 1, 1}}},
+    {"line feed in quotes counts columns",
+     "\"a\nb\" c",
+     {{"a\nb", 1, 1}, {"c", 1, 7}}},
+    {"line after a quoted line feed",
+     "\"a\nb\"\nc",
+     {{"a\nb", 1, 1}, {"c", 2, 1}}},
+    {"comment marks in quotes",
+     "\"/*x*/\" \"//y\"",
+     {{"/*x*/", 1, 1}, {"//y", 1, 9}}},
+    {"backslash outside quotes",
+     "a\\b \\\"c\"",
+     {{"a\\b", 1, 1}, {"\\c", 1, 5}}},
+    // Bytes.
+    {"bytes above 127",
+     "\xc3\xa9t\xe9 \xff",
+     {{"\xc3\xa9t\xe9", 1, 1}, {"\xff", 1, 6}}},
+    {"control characters",
+     "\x01\x02 \x1b[0m",
+     {{"\x01\x02", 1, 1}, {"\x1b[0m", 1, 4}}},
+    {"NUL byte",
+     std::string("a\0b c", 5),
+     {{std::string("a\0b", 3), 1, 1}, {"c", 1, 5}}},
+    {"form feed and vertical tab are ordinary", "a\fb\vc", {{"a\fb\vc", 1, 1}}},
+};
+
+TEST(ClCommandFileTokenizer, TokenSyntaxTable) {
+  for (const LexCase &C : LexCases) {
+    EXPECT_EQ(Lex(C.Input, C.Input.size()), C.Tokens) << C.Name;
+    // The same without a size hint, and with a tiny read buffer.
+    EXPECT_EQ(Lex(C.Input, 0), C.Tokens) << C.Name << " (no hint)";
+    EXPECT_EQ(Lex(C.Input, 1), C.Tokens) << C.Name << " (hint 1)";
+  }
+}
+
+struct ErrorCase {
+  const char *Name;
+  std::string Input;
+  bool Quote;
+  std::uint32_t Line;
+  std::uint32_t Column;
+};
+
+const ErrorCase ErrorCases[] = {
+    {"unclosed quote", "\"abc", true, 1, 1},
+    {"unclosed quote over lines", "x \"a\nb\nc", true, 1, 3},
+    {"backslash at the end", "\"a\\", true, 1, 1},
+    {"backslash quote at the end", "\"a\\\"", true, 1, 1},
+    {"second stretch unclosed", "\"a\" \"", true, 1, 5},
+    {"quote after a comment", "/*\n\"*/ \"x", true, 2, 5},
+    {"unclosed block comment", "a\n /* x", false, 2, 2},
+    {"bare comment opener", "/*", false, 1, 1},
+    {"second comment unclosed", "/* */ /* ", false, 1, 7},
+    {"comment opener in a token", "ab/*", false, 1, 3},
+    {"star slash missing its slash", "/* *", false, 1, 1},
+};
+
+TEST(ClCommandFileTokenizer, ErrorTable) {
+  for (const ErrorCase &C : ErrorCases) {
+    std::istringstream In(C.Input);
+    ClCommandFileTokenizer Tokenizer(In, nullptr, 0, 0, "f.xcl");
+    ClToken Token;
+    try {
+      while (Tokenizer.NextToken(Token)) {
+      }
+      ADD_FAILURE() << C.Name << ": no error";
+    } catch (const ClLine::UnmatchedQuoteError &E) {
+      EXPECT_TRUE(C.Quote) << C.Name;
+      EXPECT_STREQ(E.what(), "Missing closing quote in command file");
+      EXPECT_EQ(E.FileName(), "f.xcl");
+      EXPECT_EQ(E.Place().Position.LineIndex() + 1, C.Line) << C.Name;
+      EXPECT_EQ(E.Place().Position.Column(), C.Column) << C.Name;
+    } catch (const ClLine::UnmatchedSlashStarError &E) {
+      EXPECT_FALSE(C.Quote) << C.Name;
+      EXPECT_STREQ(E.what(), "Comment unclosed at end of command file");
+      EXPECT_EQ(E.Place().Position.LineIndex() + 1, C.Line) << C.Name;
+      EXPECT_EQ(E.Place().Position.Column(), C.Column) << C.Name;
+    }
+  }
+}
+
+TEST(ClCommandFileTokenizer, QuoteUnclosedOverManyLines) {
+  std::string Text = "ok \"";
+  for (int I = 0; I < 5000; ++I)
+    Text += "line\n";
+  std::istringstream In(Text);
+  ClCommandFileTokenizer Tokenizer(In);
+  ClToken Token;
+  ASSERT_TRUE(Tokenizer.NextToken(Token));
+  EXPECT_EQ(Token.Text, "ok");
+  try {
+    Tokenizer.NextToken(Token);
+    FAIL() << "no error";
+  } catch (const ClLine::UnmatchedQuoteError &E) {
+    EXPECT_EQ(E.Place().Position.LineIndex(), 0u);
+    EXPECT_EQ(E.Place().Position.Column(), 4u);
+  }
+}
+
+TEST(ClCommandFileTokenizer, CountersAfterAQuotedLineFeed) {
+  std::istringstream In("\"a\nb\"");
+  ClCommandFileTokenizer Tokenizer(In);
+  ClToken Token;
+  ASSERT_TRUE(Tokenizer.NextToken(Token));
+  EXPECT_EQ(Tokenizer.Line(), 1u);
+  EXPECT_EQ(Tokenizer.Column(), 6u);
+  EXPECT_FALSE(Tokenizer.NextToken(Token));
+}
+
+TEST(ClCommandFileTokenizer, LookAheadAcrossReadBoundaries) {
+  // With no size hint the tokenizer reads 4096 bytes at a time; put the
+  // comment opener and a quote pair across that boundary.
+  const std::string Text = std::string(4095, ' ') + "/*x*/y " +
+                           std::string(4087, ' ') + "\"a\"\"b\"";
+  std::vector<Tok> Tokens = Lex(Text, 0);
+  ASSERT_EQ(Tokens.size(), 2u);
+  EXPECT_EQ(Tokens[0], (Tok{"y", 1, 4101}));
+  EXPECT_EQ(Tokens[1].Text, "a\"b");
+}
+
+TEST(ClCommandFileTokenizer, LongTokensAndManyTokens) {
+  const std::string Long(100000, 'x');
+  std::vector<Tok> One = Lex(Long, 0);
+  ASSERT_EQ(One.size(), 1u);
+  EXPECT_EQ(One[0].Text, Long);
+  std::string Many;
+  for (int I = 0; I < 100000; ++I)
+    Many += "t\n";
+  std::vector<Tok> Lots = Lex(Many, Many.size());
+  ASSERT_EQ(Lots.size(), 100000u);
+  EXPECT_EQ(Lots.back(), (Tok{"t", 100000, 1}));
+}
+
+TEST(ClCommandFileTokenizer, TokenizeConvenience) {
+  std::vector<ClToken> Tokens =
+      ClCommandFileTokenizer::Tokenize("--check=a /*c*/ \"b c\"");
+  ASSERT_EQ(Tokens.size(), 2u);
+  EXPECT_EQ(Tokens[0].Text, "--check=a");
+  EXPECT_EQ(Tokens[1].Text, "b c");
+  EXPECT_EQ(Tokens[1].Place.Position.Column(), 17u);
+}
+
+TEST(ClReadCommandFile, FilesTakeTheirOwnLinesInTheSharedSequence) {
+  std::istringstream A("one\n\n  two\n");
+  std::istringstream B("\n\nthree");
+  std::vector<ClToken> FromA = ClLine::ReadCommandFile(A, "a.xcl");
+  std::vector<ClToken> FromB = ClLine::ReadCommandFile(B, "b.xcl");
+  ASSERT_EQ(FromA.size(), 2u);
+  ASSERT_EQ(FromB.size(), 1u);
+  EXPECT_EQ(FromA[1].Place.Position.File()->Name(), "a.xcl");
+  EXPECT_EQ(FromA[1].Place.Position.Line(), 3u);
+  EXPECT_EQ(FromA[1].Place.Position.Column(), 3u);
+  EXPECT_EQ(FromB[0].Place.Position.File()->Name(), "b.xcl");
+  EXPECT_EQ(FromB[0].Place.Position.Line(), 3u);
+  EXPECT_TRUE(FromA[0].Place.Position < FromB[0].Place.Position);
+  EXPECT_EQ(FromA[0].Place.Position.Sequence(), &ClCommandFileLines());
+  EXPECT_EQ(FromA[0].Place.ArgIndex, -1);
+}
+
+TEST(ClReadCommandFile, FailedReadLeavesTheSequenceUsable) {
+  std::istringstream Bad("x \"open");
+  EXPECT_THROW(ClLine::ReadCommandFile(Bad, "bad.xcl"),
+               ClLine::UnmatchedQuoteError);
+  std::istringstream Good("after");
+  std::vector<ClToken> Tokens = ClLine::ReadCommandFile(Good, "good.xcl");
+  ASSERT_EQ(Tokens.size(), 1u);
+  EXPECT_EQ(Tokens[0].Place.Position.File()->Name(), "good.xcl");
+  EXPECT_EQ(Tokens[0].Place.Position.Line(), 1u);
+}
+
+} // namespace

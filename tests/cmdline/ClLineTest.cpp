@@ -1,0 +1,524 @@
+// Tests of the walk over the argument tokens and of command-file expansion.
+#include "cmdline/ClLine.h"
+#include "cmdline/ClCommandFile.h"
+#include "cmdline/ClParser.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+/// A command-file option that reads files from a map instead of the disk.
+class MapFileArg : public ClCommandFileArg {
+public:
+  MapFileArg()
+      : ClCommandFileArg('f', "", "file",
+                         "Read command line options from file") {}
+
+  std::unique_ptr<std::istream> Open(const std::string &Name) const override {
+    ++Opened;
+    auto It = Files.find(Name);
+    if (It == Files.end())
+      return nullptr;
+    return std::make_unique<std::istringstream>(It->second);
+  }
+
+  std::map<std::string, std::string> Files;
+  mutable int Opened = 0;
+};
+
+/// A map-backed command-file option that appends ".xcl" to names without a
+/// dot.
+class XclFileArg : public MapFileArg {
+public:
+  std::string FileName(const std::string &Parameter) const override {
+    if (Parameter.find('.') == std::string::npos)
+      return Parameter + ".xcl";
+    return Parameter;
+  }
+};
+
+/// A small tree in the shape of a tool's: output once, check gathered, a
+/// flag, and the command-file option.
+struct Tree {
+  explicit Tree(MapFileArg &FileArg) {
+    Root.Add(std::make_unique<ClOnce>(Output));
+    Root.Add(std::make_unique<ClOnce>(All));
+    Check = &Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(CheckArg));
+    Root.Add(std::make_unique<ClMultiVal<ClCommandFileArg>>(FileArg));
+  }
+
+  std::vector<std::string> Checks() const {
+    std::vector<std::string> Texts;
+    for (const ClValue &V : Check->Values())
+      Texts.push_back(V.Text);
+    return Texts;
+  }
+
+  ClStringArg Output{'o', "output", "file", "Override output file"};
+  ClFlagArg All{0, "all", "Generate all checks"};
+  ClStringSetArg CheckArg{0, "check", "chk,chk,...", "Generate check(s)", ','};
+  ClMultiVal<ClStringSetArg> *Check = nullptr;
+  ClAny Root;
+};
+
+std::vector<std::string> Texts(const std::vector<ClToken> &Tokens) {
+  std::vector<std::string> Result;
+  for (const ClToken &T : Tokens)
+    Result.push_back(T.Text);
+  return Result;
+}
+
+using Strings = std::vector<std::string>;
+
+// Argument vectors
+// ---------------------------------------------------------------
+
+TEST(ClLineArguments, ArgumentVectorSkipsTheProgramName) {
+  const char *Argv[] = {"prog", "-o", nullptr, "x"};
+  ClLine Line(4, Argv);
+  ASSERT_EQ(Line.Arguments().size(), 3u);
+  EXPECT_EQ(Line.Arguments()[0].Text, "-o");
+  EXPECT_EQ(Line.Arguments()[0].Place.ArgIndex, 1);
+  EXPECT_EQ(Line.Arguments()[1].Text, "");
+  EXPECT_EQ(Line.Arguments()[2].Place.ArgIndex, 3);
+  EXPECT_TRUE(Line.Arguments()[2].Place.Position.IsNone());
+  EXPECT_TRUE(ClLine(0, nullptr).Arguments().empty());
+  EXPECT_TRUE(ClLine(5, nullptr).Arguments().empty());
+  EXPECT_TRUE(ClLine(1, Argv).Arguments().empty());
+  EXPECT_TRUE(ClLine(-3, Argv).Arguments().empty());
+}
+
+// The walk
+// -------------------------------------------------------------------------
+
+TEST(ClLineWalk, LoneDashIsPositional) {
+  MapFileArg Files;
+  Tree T(Files);
+  ClWalkResult R = ClLine(Strings{"-", "a", "-"}).Walk(T.Root);
+  EXPECT_EQ(Texts(R.Positional), (Strings{"-", "a", "-"}));
+  EXPECT_EQ(R.Positional[2].Place.ArgIndex, 3);
+}
+
+TEST(ClLineWalk, OptionsAndPositionalsInOrder) {
+  MapFileArg Files;
+  Tree T(Files);
+  ClWalkResult R = ClLine(Strings{"src.c", "--output", "sel.txt", "--all",
+                                  "--check=A,B", "other.c"})
+                       .Walk(T.Root);
+  EXPECT_EQ(Texts(R.Positional), (Strings{"src.c", "other.c"}));
+  EXPECT_EQ(T.Output.Value(), "sel.txt");
+  EXPECT_TRUE(T.All.Value());
+  EXPECT_EQ(T.Checks(), (Strings{"A", "B"}));
+  EXPECT_TRUE(R.Deprecated.empty());
+  EXPECT_TRUE(R.Recorded.empty());
+}
+
+TEST(ClLineWalk, SeparateParameterMissingAtTheEnd) {
+  MapFileArg Files;
+  Tree T(Files);
+  try {
+    ClLine(Strings{"a", "-o"}).Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClArgParser::ParseError &E) {
+    EXPECT_STREQ(E.what(), "Option requires a separate parameter: -o");
+    EXPECT_EQ(E.Place().ArgIndex, 2);
+  }
+}
+
+TEST(ClLineWalk, ParameterWithInitialDashIsRefused) {
+  MapFileArg Files;
+  Tree T(Files);
+  try {
+    ClLine(Strings{"-o", "-x"}).Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClLine::ParaBeginsWithMinusError &E) {
+    EXPECT_STREQ(E.what(), "The parameter to the command line option \"-o\" "
+                           "was \"-x\", which has an initial \"-\". If that "
+                           "is desired, use an initial \"---\" instead");
+    EXPECT_EQ(E.Option().Text, "-o");
+    EXPECT_EQ(E.Parameter().Text, "-x");
+    EXPECT_EQ(E.Parameter().Place.ArgIndex, 2);
+    EXPECT_EQ(E.Place().ArgIndex, 1);
+    EXPECT_EQ(E.Tag(), ClMsg::ParaBeginsWithMinus);
+  }
+}
+
+TEST(ClLineWalk, SeparateParameterTable) {
+  struct Case {
+    const char *Para;
+    bool Ok;
+    const char *Value;
+  };
+  const Case Cases[] = {
+      {"---x", true, "-x"}, {"-", true, "-"},   {"---", true, "-"},
+      {"", true, ""},       {"x-", true, "x-"}, {"----x", true, "--x"},
+      {"-x", false, ""},    {"--", false, ""},  {"--x", false, ""},
+      {"-o", false, ""},
+  };
+  for (const Case &C : Cases) {
+    MapFileArg Files;
+    Tree T(Files);
+    ClLine Line(Strings{"--output", C.Para});
+    if (C.Ok) {
+      EXPECT_NO_THROW(Line.Walk(T.Root)) << C.Para;
+      EXPECT_EQ(T.Output.Value(), C.Value) << C.Para;
+    } else {
+      EXPECT_THROW(Line.Walk(T.Root), ClLine::ParaBeginsWithMinusError)
+          << C.Para;
+    }
+  }
+}
+
+TEST(ClLineWalk, UnknownOptionsAreReportedTogetherAfterTheWalk) {
+  MapFileArg Files;
+  Tree T(Files);
+  try {
+    ClLine(Strings{"-q", "a", "--output=x", "--outputs", "--", "---", "-"})
+        .Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClLine::UnmatchedError &E) {
+    EXPECT_EQ(Texts(E.Arguments()), (Strings{"-q", "--outputs", "--", "---"}));
+    EXPECT_EQ(E.Arguments()[1].Place.ArgIndex, 4);
+    EXPECT_EQ(E.Tag(), ClMsg::UnexpectedArguments);
+    EXPECT_STREQ(E.what(),
+                 "Unexpected command line arguments: -q --outputs -- ---");
+    EXPECT_TRUE(E.Place().IsNone());
+  }
+}
+
+TEST(ClLineWalk, UnknownOptionsComeBeforeOccurrenceChecks) {
+  ClAny Root;
+  ClStringArg Must(0, "must", "x", "Mandatory");
+  Root.Add(std::make_unique<ClOnce>(Must, true));
+  EXPECT_THROW(ClLine(Strings{"-q"}).Walk(Root), ClLine::UnmatchedError);
+  EXPECT_THROW(ClLine(Strings{"q"}).Walk(Root), ClArgParser::ParseError);
+}
+
+TEST(ClLineWalk, AcceptedUnknownOptionsArePositional) {
+  MapFileArg Files;
+  Tree T(Files);
+  ClWalkSettings Settings;
+  Settings.AcceptUnknownOptions = true;
+  ClWalkResult R =
+      ClLine(Strings{"-q", "a", "--all", "--x=1", "-"}).Walk(T.Root, Settings);
+  EXPECT_EQ(Texts(R.Positional), (Strings{"-q", "a", "--x=1", "-"}));
+  EXPECT_TRUE(T.All.Value());
+}
+
+TEST(ClLineWalk, DeprecatedAndRecordedTokens) {
+  ClAny Root;
+  ClFlagArg Old(0, "old", "Old");
+  Old.SetDeprecated();
+  ClStringArg Out('o', "output", "file", "Output");
+  ClStringArg Marked(0, "marked", "v", "Marked");
+  Marked.SetSecondMark();
+  MapFileArg Files;
+  Files.Files["c"] = "--old";
+  Root.Add(std::make_unique<ClOnce>(Old));
+  Root.Add(std::make_unique<ClOnce>(Out));
+  Root.Add(std::make_unique<ClMulti>(Marked));
+  Root.Add(std::make_unique<ClMultiVal<ClCommandFileArg>>(Files));
+  const Strings Args{"--old", "src", "-o", "x", "--marked", "v", "-f", "c"};
+
+  ClWalkResult Plain = ClLine(Args).Walk(Root);
+  EXPECT_EQ(Texts(Plain.Deprecated), (Strings{"--old", "--old"}));
+  EXPECT_TRUE(Plain.Recorded.empty());
+  EXPECT_TRUE(Plain.SecondRecorded.empty());
+  EXPECT_EQ(Texts(Plain.Positional), (Strings{"src"}));
+
+  ClAny Root2;
+  ClFlagArg Old2(0, "old", "Old");
+  ClStringArg Out2('o', "output", "file", "Output");
+  ClStringArg Marked2(0, "marked", "v", "Marked");
+  Marked2.SetSecondMark();
+  Root2.Add(std::make_unique<ClOnce>(Old2));
+  Root2.Add(std::make_unique<ClOnce>(Out2));
+  Root2.Add(std::make_unique<ClMulti>(Marked2));
+  Root2.Add(std::make_unique<ClMultiVal<ClCommandFileArg>>(Files));
+  ClWalkSettings Settings;
+  Settings.RecordOptions = true;
+  Settings.NotRecorded = &Files;
+  ClWalkResult Rec = ClLine(Args).Walk(Root2, Settings);
+  EXPECT_TRUE(Rec.Deprecated.empty());
+  EXPECT_EQ(Texts(Rec.Recorded), (Strings{"--old", "-o", "x", "--old"}));
+  EXPECT_EQ(Texts(Rec.SecondRecorded), (Strings{"--marked", "v"}));
+}
+
+TEST(ClLineWalk, RecordedSeparateParameterKeepsItsTripleDash) {
+  ClAny Root;
+  ClStringArg Out('o', "output", "file", "Output");
+  Root.Add(std::make_unique<ClOnce>(Out));
+  ClWalkSettings Settings;
+  Settings.RecordOptions = true;
+  ClWalkResult R = ClLine(Strings{"-o", "---x"}).Walk(Root, Settings);
+  EXPECT_EQ(Texts(R.Recorded), (Strings{"-o", "---x"}));
+  EXPECT_EQ(Out.Value(), "-x");
+}
+
+TEST(ClLineWalk, UnknownMatchKindIsAnInternalFailure) {
+  struct Thrown {
+    std::string Text;
+  };
+  class Broken : public ClAny {
+  public:
+    ClMatch Match(const ClToken &, const ClToken *) override {
+      ClMatch M;
+      M.Kind = static_cast<ClArgPara>(7);
+      return M;
+    }
+  } Root;
+  auto Previous = GeSetInternalFailureHandler(
+      [](const std::string &Text) { throw Thrown{Text}; });
+  try {
+    ClLine(Strings{"x"}).Walk(Root);
+    ADD_FAILURE() << "no failure";
+  } catch (const Thrown &T) {
+    EXPECT_EQ(T.Text, "Unknown ClArgPara");
+  }
+  GeSetInternalFailureHandler(Previous);
+}
+
+// Command files
+// --------------------------------------------------------------------
+
+TEST(ClLineCommandFile, TokensReplaceTheOptionInPlace) {
+  MapFileArg Files;
+  Files.Files["a.xcl"] = "--check=b\n  -o out.txt src2\n";
+  Tree T(Files);
+  ClWalkResult R =
+      ClLine(Strings{"--check=a", "src1", "-f", "a.xcl", "--check=c", "src3"})
+          .Walk(T.Root);
+  EXPECT_EQ(T.Checks(), (Strings{"a", "b", "c"}));
+  EXPECT_EQ(T.Output.Value(), "out.txt");
+  EXPECT_EQ(Texts(R.Positional), (Strings{"src1", "src2", "src3"}));
+  const ClPlace &Place = R.Positional[1].Place;
+  EXPECT_EQ(Place.ArgIndex, -1);
+  ASSERT_NE(Place.Position.File(), nullptr);
+  EXPECT_EQ(Place.Position.File()->Name(), "a.xcl");
+  EXPECT_EQ(Place.Position.Line(), 2u);
+  EXPECT_EQ(Place.Position.Column(), 14u);
+  EXPECT_EQ(Place.Position.Sequence(), &ClCommandFileLines());
+  EXPECT_EQ(Place.Position.Text(true), "a.xcl\\2:14");
+  const ClValue &B = T.Check->Values()[1];
+  EXPECT_EQ(B.Place.Position.Line(), 1u);
+  EXPECT_EQ(B.Place.Position.Column(), 1u);
+}
+
+TEST(ClLineCommandFile, ShortOptionWithAttachedName) {
+  MapFileArg Files;
+  Files.Files["a"] = "--all";
+  Tree T(Files);
+  ClLine(Strings{"-fa"}).Walk(T.Root);
+  EXPECT_TRUE(T.All.Value());
+}
+
+TEST(ClLineCommandFile, NestedFilesExpandInPlace) {
+  MapFileArg Files;
+  Files.Files["a"] = "--check=a1 -f b --check=a2";
+  Files.Files["b"] = "--check=b1 -f c";
+  Files.Files["c"] = "--check=c1";
+  Tree T(Files);
+  ClLine(Strings{"--check=0", "-f", "a", "--check=9"}).Walk(T.Root);
+  EXPECT_EQ(T.Checks(), (Strings{"0", "a1", "b1", "c1", "a2", "9"}));
+}
+
+TEST(ClLineCommandFile, FileNamingItselfIsRecursion) {
+  MapFileArg Files;
+  Files.Files["a"] = "--all\n  -f a";
+  Tree T(Files);
+  try {
+    ClLine(Strings{"-f", "a"}).Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClLine::CommandFileRecursionError &E) {
+    EXPECT_EQ(E.FileName(), "a");
+    EXPECT_STREQ(E.what(), "Command file recursion. A request to process "
+                           "\"a\" was found while already processing that "
+                           "file");
+    EXPECT_EQ(E.Place().Position.Line(), 2u);
+    EXPECT_EQ(E.Place().Position.Column(), 3u);
+  }
+}
+
+TEST(ClLineCommandFile, CycleThroughTwoFilesIsRecursion) {
+  MapFileArg Files;
+  Files.Files["a"] = "-f b";
+  Files.Files["b"] = "--check=x -f a";
+  Tree T(Files);
+  try {
+    ClLine(Strings{"-f", "a"}).Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClLine::CommandFileRecursionError &E) {
+    EXPECT_EQ(E.FileName(), "a");
+    EXPECT_EQ(E.Place().Position.File()->Name(), "b");
+  }
+}
+
+TEST(ClLineCommandFile, RecursionIsFoundByTheMappedName) {
+  XclFileArg Files;
+  Files.Files["a.xcl"] = "-f a.xcl";
+  Tree T(Files);
+  try {
+    ClLine(Strings{"-f", "a"}).Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClLine::CommandFileRecursionError &E) {
+    EXPECT_EQ(E.FileName(), "a.xcl");
+  }
+}
+
+TEST(ClLineCommandFile, SameFileTwiceOneAfterTheOtherIsAllowed) {
+  MapFileArg Files;
+  Files.Files["a"] = "--check=x";
+  Files.Files["b"] = "-f a -f a";
+  Tree T(Files);
+  ClLine(Strings{"-f", "a", "-f", "a", "-f", "b"}).Walk(T.Root);
+  EXPECT_EQ(T.Checks(), (Strings{"x", "x", "x", "x"}));
+  EXPECT_EQ(Files.Opened, 5);
+}
+
+TEST(ClLineCommandFile, FileNamedAgainAfterItsLastTokenIsNotNested) {
+  // The option at the end of a takes its name from the command line, after
+  // all of a has been walked.
+  MapFileArg Files;
+  Files.Files["a"] = "--check=x -f";
+  Tree T(Files);
+  try {
+    ClLine(Strings{"-f", "a", "a"}).Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClArgParser::ParseError &E) {
+    EXPECT_STREQ(E.what(), "Option requires a separate parameter: -f");
+  }
+  EXPECT_EQ(Files.Opened, 2);
+}
+
+TEST(ClLineCommandFile, OptionAtTheEndOfAFileTakesTheNextTypedArgument) {
+  MapFileArg Files;
+  Files.Files["a"] = "--check=x -o";
+  Tree T(Files);
+  ClWalkResult R = ClLine(Strings{"-f", "a", "out.txt", "src"}).Walk(T.Root);
+  EXPECT_EQ(T.Output.Value(), "out.txt");
+  EXPECT_EQ(Texts(R.Positional), (Strings{"src"}));
+}
+
+TEST(ClLineCommandFile, MissingFile) {
+  MapFileArg Files;
+  Tree T(Files);
+  try {
+    ClLine(Strings{"x", "-f", "nope"}).Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClLine::CommandFileNotFound &E) {
+    EXPECT_EQ(E.FileName(), "nope");
+    EXPECT_STREQ(E.what(), "Unable to open the command file \"nope\"");
+    EXPECT_EQ(E.Place().ArgIndex, 2);
+  }
+}
+
+TEST(ClLineCommandFile, EmptyFilesAddNothing) {
+  MapFileArg Files;
+  Files.Files["e"] = "";
+  Files.Files["c"] = " /* x */ \n// y\n\t\r\n\"\" ";
+  Tree T(Files);
+  ClWalkResult R = ClLine(Strings{"-f", "e", "a", "-f", "c", "b"}).Walk(T.Root);
+  EXPECT_EQ(Texts(R.Positional), (Strings{"a", "b"}));
+}
+
+TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
+  MapFileArg Files;
+  Files.Files["q"] = "--all\n x \"abc\n\ndef";
+  Files.Files["s"] = "--all /* never\n closed";
+  Files.Files["m"] = "-o\n-x";
+  Files.Files["u"] = "\n  --unknown";
+  {
+    Tree T(Files);
+    try {
+      ClLine(Strings{"-f", "q"}).Walk(T.Root);
+      FAIL() << "no error";
+    } catch (const ClLine::UnmatchedQuoteError &E) {
+      EXPECT_STREQ(E.what(), "Missing closing quote in command file");
+      EXPECT_EQ(E.FileName(), "q");
+      EXPECT_EQ(E.Place().Position.File()->Name(), "q");
+      EXPECT_EQ(E.Place().Position.Line(), 2u);
+      EXPECT_EQ(E.Place().Position.Column(), 4u);
+    }
+    EXPECT_FALSE(T.All.Value());
+  }
+  {
+    Tree T(Files);
+    try {
+      ClLine(Strings{"-f", "s"}).Walk(T.Root);
+      FAIL() << "no error";
+    } catch (const ClLine::UnmatchedSlashStarError &E) {
+      EXPECT_STREQ(E.what(), "Comment unclosed at end of command file");
+      EXPECT_EQ(E.Place().Position.Line(), 1u);
+      EXPECT_EQ(E.Place().Position.Column(), 7u);
+    }
+  }
+  {
+    Tree T(Files);
+    try {
+      ClLine(Strings{"-f", "m"}).Walk(T.Root);
+      FAIL() << "no error";
+    } catch (const ClLine::ParaBeginsWithMinusError &E) {
+      EXPECT_EQ(E.Place().Position.Line(), 1u);
+      EXPECT_EQ(E.Parameter().Place.Position.Line(), 2u);
+    }
+  }
+  {
+    Tree T(Files);
+    try {
+      ClLine(Strings{"-f", "u"}).Walk(T.Root);
+      FAIL() << "no error";
+    } catch (const ClLine::UnmatchedError &E) {
+      ASSERT_EQ(E.Arguments().size(), 1u);
+      EXPECT_EQ(E.Arguments()[0].Place.Position.Text(true), "u\\2:3");
+    }
+  }
+}
+
+TEST(ClLineCommandFile, DeepNestingIsRefused) {
+  // Every file names the next one, so no name repeats.
+  class ChainArg : public MapFileArg {
+  public:
+    std::unique_ptr<std::istream> Open(const std::string &Name) const override {
+      return std::make_unique<std::istringstream>(
+          "-f " + std::to_string(std::stoi(Name) + 1));
+    }
+  } Files;
+  Tree T(Files);
+  try {
+    ClLine(Strings{"-f", "0"}).Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClLine::CommandFileRecursionError &E) {
+    EXPECT_EQ(E.FileName(), std::to_string(ClLine::MaxCommandFileDepth));
+  }
+}
+
+TEST(ClLineCommandFile, BaseOpenerReadsBytesFromDisk) {
+  const std::string Name =
+      ::testing::TempDir() + "cmdline_walk_" +
+      std::to_string(reinterpret_cast<std::uintptr_t>(&Name)) + ".xcl";
+  {
+    std::ofstream Out(Name, std::ios_base::binary);
+    Out << "--check=a\r\n\"--check=b c\"\r\n";
+  }
+  ClCommandFileArg FileArg('f', "", "file",
+                           "Read command line options from file");
+  ClAny Root;
+  ClStringSetArg Check(0, "check", "chk,chk,...", "Generate check(s)", ',');
+  auto &Checks = Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(Check));
+  Root.Add(std::make_unique<ClMultiVal<ClCommandFileArg>>(FileArg));
+  ClLine(Strings{"-f", Name}).Walk(Root);
+  std::remove(Name.c_str());
+  ASSERT_EQ(Checks.Values().size(), 2u);
+  EXPECT_EQ(Checks.Values()[0].Text, "a");
+  EXPECT_EQ(Checks.Values()[1].Text, "b c");
+  EXPECT_EQ(Checks.Values()[1].Place.Position.Line(), 2u);
+}
+
+} // namespace

@@ -1,0 +1,122 @@
+// Shared helpers of the console and message-content tests: a throwing
+// internal-failure handler, a one-file source line sequence, a recording
+// message handler and a test message table.
+#ifndef TESTS_CONSOLE_MSCONSOLETESTSUPPORT_H
+#define TESTS_CONSOLE_MSCONSOLETESTSUPPORT_H
+
+#include "console/MsConsole.h"
+#include "console/MsMessage.h"
+#include "console/MsMessageHandler.h"
+#include "general/GeInternalFailure.h"
+#include "sourcepos/DiSourcePosition.h"
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace mstest {
+
+/// What the throwing internal-failure handler throws.
+struct InternalFailure : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+inline void ThrowingHandler(const std::string &Text) {
+  throw InternalFailure(Text);
+}
+
+/// Installs the throwing internal-failure handler for one scope.
+class ThrowingFailureScope {
+public:
+  ThrowingFailureScope()
+      : Previous(GeSetInternalFailureHandler(&ThrowingHandler)) {}
+  ~ThrowingFailureScope() { GeSetInternalFailureHandler(Previous); }
+  ThrowingFailureScope(const ThrowingFailureScope &) = delete;
+  ThrowingFailureScope &operator=(const ThrowingFailureScope &) = delete;
+
+private:
+  GeInternalFailureHandler Previous;
+};
+
+/// A line sequence holding one file, Name, whose lines are Lines (their texts
+/// kept), followed by the end of the source.
+class OneFile {
+public:
+  explicit OneFile(const std::string &Name = "x.c",
+                   const std::vector<std::string> &Lines = {"first line"}) {
+    OgSourceLineSequence::Builder Build(Seq);
+    Base = Build.BeginFile(GeRcPtr<DiFile>(new DiFile(Name)));
+    for (std::size_t I = 0; I < Lines.size(); ++I)
+      Build.SetLineText(Base + static_cast<std::uint32_t>(I), Lines[I]);
+    Build.EndFile(static_cast<std::uint32_t>(Lines.size()));
+    Count = static_cast<std::uint32_t>(Lines.size());
+  }
+  OneFile(const OneFile &) = delete;
+  OneFile &operator=(const OneFile &) = delete;
+
+  /// The position of Column on line Line (both from 1).
+  DiSourcePosition At(std::uint32_t Line, std::uint32_t Column) const {
+    return DiSourcePosition(Base + Line - 1, Column, &Seq);
+  }
+  /// A position past the last line: at the end of the source.
+  DiSourcePosition AtEnd() const {
+    return DiSourcePosition(Base + Count + 3, 1, &Seq);
+  }
+
+  OgSourceLineSequence Seq;
+  std::uint32_t Base = 0;
+  std::uint32_t Count = 0;
+};
+
+/// Records the kind, tag and text of every message it is handed; can be
+/// told to throw MsConsoleException.
+class RecordingHandler : public MsMessageHandler {
+public:
+  struct Seen {
+    int Kind;
+    MsTag Tag;
+    std::string Text;
+  };
+
+  void Handle(const MsMessage &M, MsConsole &) override {
+    Messages.push_back(Seen{M.Kind(), M.Tag(), M.Text()});
+    if (ThrowOnKind == M.Kind())
+      throw MsConsoleException();
+  }
+
+  std::vector<int> Kinds() const {
+    std::vector<int> Result;
+    for (const Seen &S : Messages)
+      Result.push_back(S.Kind);
+    return Result;
+  }
+
+  std::vector<Seen> Messages;
+  int ThrowOnKind = -1;
+};
+
+/// A test subsystem "Tt": 1 fatal, 2 error (fixed), 3 error, 4 warning,
+/// 5 remark, 6 command-line error, 7 internal, 8 two fill-ins, 9 a position.
+inline const MsConsole::MessageDef TtTable[] = {
+    {MsConsole::Suppressed, nullptr},
+    {MsConsole::FatalError, "fatal %s"},
+    {MsConsole::ErrorFixed, "fixed error %sq"},
+    {MsConsole::Error, "changeable error %sq"},
+    {MsConsole::Warning, "a warning %sq"},
+    {MsConsole::Remark, "a remark %sq"},
+    {MsConsole::CommandLineError, "bad command line %sq"},
+    {MsConsole::Warning, "[internal]hidden %s"},
+    {MsConsole::Error, "%sq1 and %sq2"},
+    {MsConsole::Warning, "here: %p"},
+};
+
+inline MsTag Tt(std::uint16_t Number) { return MsTag("Tt", Number); }
+
+inline void RegisterTt(MsConsole &Console) {
+  Console.AddSubSystem("Tt", TtTable, 1, 9);
+}
+
+} // namespace mstest
+
+#endif

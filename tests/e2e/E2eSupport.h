@@ -1,0 +1,69 @@
+// Running the built chksel as a child process in a folder of its own, with
+// its standard output, standard error and exit status captured.
+#ifndef TESTS_E2E_E2ESUPPORT_H
+#define TESTS_E2E_E2ESUPPORT_H
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace e2e {
+
+/// A fresh temporary folder, removed with its contents on destruction.
+class TempDir {
+public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir &) = delete;
+  TempDir &operator=(const TempDir &) = delete;
+
+  const std::filesystem::path &Root() const { return Dir; }
+  /// The path of Name inside the folder.
+  std::string Path(const std::string &Name) const;
+
+private:
+  std::filesystem::path Dir;
+};
+
+/// What one run of a program produced.
+struct RunResult {
+  /// The exit status, or 128 + the signal number when a signal ended it.
+  int Status = -1;
+  std::string Out;
+  std::string Err;
+};
+
+/// How to start the program.
+struct RunOptions {
+  /// The working directory (the current one when empty).
+  std::string Cwd;
+  /// argv[0]; the program path when empty.
+  std::string Argv0;
+  /// Variables set in the child's environment. ZOR_INTERNAL__USE_FAKE_SIGNON
+  /// is removed from the inherited environment unless it is set here.
+  std::map<std::string, std::string> Env;
+  /// Standard input (empty: /dev/null).
+  std::string Stdin;
+  /// Limit of the address space in bytes (0: none).
+  unsigned long long AddressSpaceLimit = 0;
+};
+
+/// Runs Program with Args and waits for it.
+RunResult Run(const std::string &Program, const std::vector<std::string> &Args,
+              const RunOptions &Options = RunOptions());
+
+/// Runs the built chksel.
+RunResult RunChksel(const std::vector<std::string> &Args,
+                    const RunOptions &Options = RunOptions());
+
+/// The path of the built chksel.
+std::string ChkselPath();
+
+std::string ReadFile(const std::string &Path);
+void WriteFile(const std::string &Path, const std::string &Bytes);
+bool Exists(const std::string &Path);
+
+} // namespace e2e
+
+#endif

@@ -1,0 +1,108 @@
+// The run function when a report object cannot be made: nothing is reported
+// and the status is 3. This test replaces the global operator new (so that
+// allocation can be made to fail on request), which is why it is a program of
+// its own.
+#include "setup/SuRun.h"
+
+#include "general/GeInternalFailure.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+bool FailAllocations = false;
+} // namespace
+
+void *operator new(std::size_t Size) {
+  if (!FailAllocations)
+    if (void *Memory = std::malloc(Size ? Size : 1))
+      return Memory;
+  throw std::bad_alloc();
+}
+
+void *operator new(std::size_t Size, const std::nothrow_t &) noexcept {
+  if (FailAllocations)
+    return nullptr;
+  return std::malloc(Size ? Size : 1);
+}
+
+void operator delete(void *Memory) noexcept { std::free(Memory); }
+void operator delete(void *Memory, std::size_t) noexcept { std::free(Memory); }
+void operator delete(void *Memory, const std::nothrow_t &) noexcept {
+  std::free(Memory);
+}
+
+namespace {
+
+class ThrowingMain : public SuMain {
+public:
+  explicit ThrowingMain(bool ThrowStandard) : Standard(ThrowStandard) {}
+  std::int32_t Run(int, char **) override {
+    std::runtime_error Error("boom");
+    FailAllocations = true;
+    if (Standard)
+      throw Error;
+    throw 42;
+  }
+
+private:
+  bool Standard;
+};
+
+int ReportCount = 0;
+
+void CountReport(const std::string &) {
+  ++ReportCount;
+  throw std::logic_error("report handler");
+}
+
+int RunFailing(bool Standard) {
+  std::string Program = "prog";
+  char *Argv[] = {Program.data(), nullptr};
+  ThrowingMain Main(Standard);
+  const int Status = SuRun(1, Argv, Main);
+  FailAllocations = false;
+  return Status;
+}
+
+class SuReportSlotTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ReportCount = 0;
+    Previous = GeSetInternalFailureHandler(&CountReport);
+  }
+  void TearDown() override {
+    FailAllocations = false;
+    GeSetInternalFailureHandler(Previous);
+  }
+  GeInternalFailureHandler Previous = nullptr;
+};
+
+TEST_F(SuReportSlotTest, NoStdExceptionReportWithoutMemory) {
+  EXPECT_EQ(RunFailing(true), 3);
+  EXPECT_EQ(ReportCount, 0);
+}
+
+TEST_F(SuReportSlotTest, NoUnexpectedExceptionReportWithoutMemory) {
+  EXPECT_EQ(RunFailing(false), 3);
+  EXPECT_EQ(ReportCount, 0);
+}
+
+TEST_F(SuReportSlotTest, WithMemoryTheSameFailuresAreReported) {
+  std::string Program = "prog";
+  char *Argv[] = {Program.data(), nullptr};
+  struct Thrower : SuMain {
+    std::int32_t Run(int, char **) override {
+      throw std::runtime_error("boom");
+    }
+  } Main;
+  EXPECT_EQ(SuRun(1, Argv, Main), 3);
+  EXPECT_EQ(ReportCount, 1);
+}
+
+} // namespace

@@ -1,0 +1,643 @@
+// Tests of check selection: the rules of the five modes, the order of the
+// passes, the output file and standard output, and open and write failures.
+#include "tool/LcSelection.h"
+
+#include "console/MsConsole.h"
+#include "console/MsConsoleConcrete.h"
+#include "tests/tool/LcToolTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <locale>
+#include <sstream>
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::string Select(LcSelectionMode Mode, const Names &Requested,
+                   const std::string &Manifest) {
+  std::istringstream In(Manifest);
+  std::ostringstream Out;
+  LcSelectFromStream(Mode, In, Out, Requested);
+  return Out.str();
+}
+
+struct RuleCase {
+  const char *Name;
+  LcSelectionMode Mode;
+  Names Requested;
+  std::string Manifest;
+  std::string Expected;
+};
+
+std::ostream &operator<<(std::ostream &Out, const RuleCase &C) {
+  return Out << C.Name;
+}
+
+constexpr LcSelectionMode All = LcSelectionMode::AllChecks;
+constexpr LcSelectionMode Named = LcSelectionMode::NamedChecks;
+constexpr LcSelectionMode Default = LcSelectionMode::DefaultChecksOfPackages;
+constexpr LcSelectionMode Groups = LcSelectionMode::ChecksOfGroups;
+constexpr LcSelectionMode Packages = LcSelectionMode::ChecksOfPackages;
+
+const RuleCase RuleCases[] = {
+    // All checks.
+    {"AllSelectsRecordWithoutVisible", All, {}, "checkname=X\n\n", "X\n"},
+    {"AllKeepsManifestOrderAndCase",
+     All,
+     {},
+     "checkname=b-Two\n\ncheckname=A-one\n\n",
+     "b-Two\nA-one\n"},
+    {"AllHiddenAfterName", All, {}, "checkname=A\nvisible=no\n\n", ""},
+    {"AllVisibleNoBeforeNameSelects",
+     All,
+     {},
+     "visible=no\ncheckname=A\n\n",
+     "A\n"},
+    {"AllVisibleNoAfterSecondName",
+     All,
+     {},
+     "visible=no\ncheckname=A\nvisible=no\n\n",
+     ""},
+    {"AllVisibleValueWithoutRegardToCase",
+     All,
+     {},
+     "checkname=A\nVisible=No\n\ncheckname=B\nVISIBLE=NO\n\n",
+     ""},
+    {"AllVisibleYes", All, {}, "checkname=A\nvisible=yes\n\n", "A\n"},
+    {"AllVisibleNoWithBlankIsNotNo",
+     All,
+     {},
+     "checkname=A\nvisible=no \n\n",
+     "A\n"},
+    {"AllVisibleNoPrefixIsNotNo",
+     All,
+     {},
+     "checkname=A\nvisible=non\n\n",
+     "A\n"},
+    {"AllKeyWithoutRegardToCase", All, {}, "CheckName=Mixed\n\n", "Mixed\n"},
+    {"AllKeyWithBlankIsNoName", All, {}, " checkname=A\n\n", ""},
+    {"AllLastNameWins", All, {}, "checkname=A\ncheckname=B\n\n", "B\n"},
+    {"AllRecordWithoutName", All, {}, "package=P\ndefault=on\n\n", ""},
+    {"AllDuplicateRecordsWrittenTwice",
+     All,
+     {},
+     "checkname=A\n\ncheckname=A\n\n",
+     "A\nA\n"},
+    {"AllNameWithEquals", All, {}, "checkname=a=b\n\n", "a=b\n"},
+    {"AllIgnoresDefault", All, {}, "checkname=A\ndefault=off\n\n", "A\n"},
+    {"AllByteOrderMarkHidesFirstName",
+     All,
+     {},
+     "\xEF\xBB\xBF"
+     "checkname=A\n\ncheckname=B\n\n",
+     "B\n"},
+    {"AllCrLfVisibleNo",
+     All,
+     {},
+     "checkname=A\r\nvisible=no\r\n\r\ncheckname=B\r\n\r\n",
+     "B\n"},
+    {"AllThreeRecordsNoFinalEmptyLine",
+     All,
+     {},
+     "checkname=A\n\ncheckname=B\n\ncheckname=C\n",
+     "A\nB\n"},
+    {"AllThreeRecordsFinalEmptyLine",
+     All,
+     {},
+     "checkname=A\n\ncheckname=B\n\ncheckname=C\n\n",
+     "A\nB\nC\n"},
+    {"AllOneRecordNoFinalEmptyLine", All, {}, "checkname=A", "A\n"},
+    {"AllEmptyManifest", All, {}, "", ""},
+
+    // Named checks.
+    {"NamedWithoutRegardToCase", Named, {"ABC"}, "checkname=abc\n\n", "abc\n"},
+    {"NamedNoPrefixMatch",
+     Named,
+     {"ab"},
+     "checkname=abc\n\ncheckname=a\n\n",
+     ""},
+    {"NamedTwoRequestedValuesWriteOnce",
+     Named,
+     {"a", "A"},
+     "checkname=a\n\n",
+     "a\n"},
+    {"NamedManifestOrderNotRequestOrder",
+     Named,
+     {"C", "A"},
+     "checkname=A\n\ncheckname=B\n\ncheckname=C\n\n",
+     "A\nC\n"},
+    {"NamedHidden", Named, {"A"}, "checkname=A\nvisible=no\n\n", ""},
+    {"NamedHiddenBeforeNameSelects",
+     Named,
+     {"A"},
+     "visible=no\ncheckname=A\n\n",
+     "A\n"},
+    {"NamedUnknownNameWritesNothing", Named, {"Z"}, "checkname=A\n\n", ""},
+    {"NamedLastNameIsWritten",
+     Named,
+     {"A"},
+     "checkname=A\ncheckname=B\n\n",
+     "B\n"},
+    {"NamedOtherModesKeysIgnored",
+     Named,
+     {"P"},
+     "checkname=A\npackage=P\ngroup=P\ndefault=on\n\n",
+     ""},
+    {"NamedRequestedValueWithBlank", Named, {"A "}, "checkname=A\n\n", ""},
+
+    // Default checks of packages.
+    {"DefaultExampleOfThreeRecords",
+     Default,
+     {"P"},
+     "checkname=A\npackage=P\ndefault=off\n\n"
+     "checkname=B\ndefault=on\npackage=Q\n\n"
+     "checkname=C\npackage=Q\ndefault=on\n\n",
+     "A\nB\n"},
+    {"DefaultOnInRequestedPackage",
+     Default,
+     {"P"},
+     "checkname=D\npackage=P\ndefault=on\n\n",
+     "D\n"},
+    {"DefaultValueWithoutRegardToCase",
+     Default,
+     {"p"},
+     "checkname=D\nPACKAGE=P\nDefault=ON\n\n",
+     "D\n"},
+    {"DefaultOnWithoutPackage",
+     Default,
+     {"P"},
+     "checkname=J\ndefault=on\n\n",
+     "J\n"},
+    {"DefaultOffWithoutPackage",
+     Default,
+     {"P"},
+     "checkname=I\ndefault=off\n\n",
+     ""},
+    {"DefaultAbandonedBeforeName",
+     Default,
+     {"P"},
+     "package=Q\ncheckname=K\ndefault=on\n\n",
+     ""},
+    {"DefaultSecondPackageAfterMatch",
+     Default,
+     {"P"},
+     "checkname=M\npackage=P\npackage=Q\n\n",
+     "M\n"},
+    {"DefaultFirstPackageUnrequested",
+     Default,
+     {"P"},
+     "checkname=N\npackage=Q\npackage=P\n\n",
+     ""},
+    {"DefaultHidden",
+     Default,
+     {"P"},
+     "checkname=E\npackage=P\ndefault=on\nvisible=no\n\n",
+     ""},
+    {"DefaultOnAfterHiddenSelectsAgain",
+     Default,
+     {"P"},
+     "checkname=G\npackage=P\nvisible=no\ndefault=on\n\n",
+     "G\n"},
+    {"DefaultHiddenThenPackageMatchSelectsAgain",
+     Default,
+     {"P"},
+     "checkname=H\nvisible=no\npackage=P\n\n",
+     "H\n"},
+    // The flag cleared by "visible" makes a later unrequested package drop
+    // the record.
+    {"DefaultHiddenThenUnrequestedPackage",
+     Default,
+     {"P"},
+     "checkname=O\ndefault=on\nvisible=no\npackage=Q\n\n",
+     ""},
+    {"DefaultSecondRequestedPackage",
+     Default,
+     {"P", "Q"},
+     "checkname=R\npackage=Q\n\n",
+     "R\n"},
+    {"DefaultIgnoresGroup", Default, {"P"}, "checkname=S\ngroup=P\n\n", ""},
+
+    // Checks of groups.
+    {"GroupsMatch",
+     Groups,
+     {"g1"},
+     "checkname=A\ngroup=g1\n\ncheckname=B\ngroup=g2\n\n",
+     "A\n"},
+    {"GroupsSecondGroupPairMatches",
+     Groups,
+     {"g2"},
+     "checkname=A\ngroup=g1\ngroup=g2\n\n",
+     "A\n"},
+    {"GroupsTwoMatchesWriteOnce",
+     Groups,
+     {"g1", "g2"},
+     "checkname=A\ngroup=g1\ngroup=g2\n\n",
+     "A\n"},
+    {"GroupsWholeValueOnly",
+     Groups,
+     {"g"},
+     "checkname=A\ngroup=g1\n\ncheckname=B\ngroup=xg\n\n",
+     ""},
+    {"GroupsWithoutRegardToCase",
+     Groups,
+     {"MEMORY"},
+     "checkname=A\nGroup=Memory\n\n",
+     "A\n"},
+    {"GroupsHiddenAfterMatch",
+     Groups,
+     {"g"},
+     "checkname=A\ngroup=g\nvisible=no\n\n",
+     ""},
+    {"GroupsHiddenBeforeMatch",
+     Groups,
+     {"g"},
+     "checkname=A\nvisible=no\ngroup=g\n\n",
+     "A\n"},
+    {"GroupsIgnorePackage", Groups, {"g"}, "checkname=A\npackage=g\n\n", ""},
+
+    // Checks of packages.
+    {"PackagesMatch",
+     Packages,
+     {"P"},
+     "checkname=A\npackage=P\ndefault=off\n\ncheckname=B\npackage=Q\n\n",
+     "A\n"},
+    {"PackagesUnrequestedFirstPackageNotAbandoned",
+     Packages,
+     {"P"},
+     "checkname=A\npackage=Q\npackage=P\n\n",
+     "A\n"},
+    {"PackagesIgnoreDefault",
+     Packages,
+     {"P"},
+     "checkname=A\ndefault=on\n\n",
+     ""},
+    {"PackagesHidden",
+     Packages,
+     {"P"},
+     "checkname=A\npackage=P\nvisible=no\n\n",
+     ""},
+    {"PackagesWholeValueOnly",
+     Packages,
+     {"Pk"},
+     "checkname=A\npackage=Pkg\n\n",
+     ""},
+};
+
+class SelectionRules : public ::testing::TestWithParam<RuleCase> {};
+
+TEST_P(SelectionRules, WritesSelectedNames) {
+  const RuleCase &C = GetParam();
+  EXPECT_EQ(Select(C.Mode, C.Requested, C.Manifest), C.Expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SelectionRules, ::testing::ValuesIn(RuleCases),
+                         [](const ::testing::TestParamInfo<RuleCase> &Info) {
+                           return std::string(Info.param.Name);
+                         });
+
+TEST(SelectionRules, HiddenAfterNameSelectedByNoMode) {
+  const std::string Manifest =
+      "checkname=A\nvisible=no\npackage=P\ngroup=G\ndefault=on\n\n";
+  // Every mode's setting pair comes before the hiding pair here.
+  const std::string Ordered =
+      "checkname=A\npackage=P\ngroup=G\ndefault=on\nvisible=no\n\n";
+  EXPECT_EQ(Select(All, {}, Ordered), "");
+  EXPECT_EQ(Select(Named, {"A"}, Ordered), "");
+  EXPECT_EQ(Select(Default, {"P"}, Ordered), "");
+  EXPECT_EQ(Select(Groups, {"G"}, Ordered), "");
+  EXPECT_EQ(Select(Packages, {"P"}, Ordered), "");
+  EXPECT_EQ(Select(All, {}, Manifest), "");
+  EXPECT_EQ(Select(Named, {"A"}, Manifest), "");
+}
+
+TEST(SelectionRules, LastRecordNeedsEmptyLineInEveryMode) {
+  const std::string Three = "checkname=A\npackage=P\ngroup=G\ndefault=on\n\n"
+                            "checkname=B\npackage=P\ngroup=G\ndefault=on\n\n"
+                            "checkname=C\npackage=P\ngroup=G\ndefault=on\n";
+  const Names Abc = {"A", "B", "C"};
+  EXPECT_EQ(Select(All, {}, Three), "A\nB\n");
+  EXPECT_EQ(Select(Named, Abc, Three), "A\nB\n");
+  EXPECT_EQ(Select(Default, {"P"}, Three), "A\nB\n");
+  EXPECT_EQ(Select(Groups, {"G"}, Three), "A\nB\n");
+  EXPECT_EQ(Select(Packages, {"P"}, Three), "A\nB\n");
+  const std::string Ended = Three + "\n";
+  EXPECT_EQ(Select(All, {}, Ended), "A\nB\nC\n");
+  EXPECT_EQ(Select(Named, Abc, Ended), "A\nB\nC\n");
+  EXPECT_EQ(Select(Default, {"P"}, Ended), "A\nB\nC\n");
+  EXPECT_EQ(Select(Groups, {"G"}, Ended), "A\nB\nC\n");
+  EXPECT_EQ(Select(Packages, {"P"}, Ended), "A\nB\nC\n");
+  EXPECT_EQ(Select(All, {}, Three + "\r\n"), "A\nB\nC\n");
+}
+
+TEST(SelectionRules, OneRecordWithoutEmptyLineInEveryMode) {
+  const std::string One = "checkname=A\npackage=P\ngroup=G\ndefault=on";
+  EXPECT_EQ(Select(All, {}, One), "A\n");
+  EXPECT_EQ(Select(Named, {"a"}, One), "A\n");
+  EXPECT_EQ(Select(Default, {"P"}, One), "A\n");
+  EXPECT_EQ(Select(Groups, {"G"}, One), "A\n");
+  EXPECT_EQ(Select(Packages, {"P"}, One), "A\n");
+}
+
+/// Upper-cases the byte 0xE9 to 0xC9, as a Latin-1 locale would; all other
+/// bytes as the classic locale does.
+class LatinCtype : public std::ctype<char> {
+protected:
+  char do_toupper(char C) const override {
+    if (static_cast<unsigned char>(C) == 0xE9)
+      return static_cast<char>(0xC9);
+    return std::ctype<char>::do_toupper(C);
+  }
+  const char *do_toupper(char *Low, const char *High) const override {
+    for (; Low < High; ++Low)
+      *Low = do_toupper(*Low);
+    return High;
+  }
+};
+
+class GlobalLocaleGuard {
+public:
+  explicit GlobalLocaleGuard(const std::locale &L)
+      : Previous(std::locale::global(L)) {}
+  ~GlobalLocaleGuard() { std::locale::global(Previous); }
+
+private:
+  std::locale Previous;
+};
+
+TEST(SelectionRules, CaseComparedThroughGlobalLocale) {
+  const std::string Manifest = "checkname=caf\xE9\n\n";
+  EXPECT_EQ(Select(Named, {"CAF\xC9"}, Manifest), "")
+      << "the classic locale leaves bytes above 127 alone";
+  EXPECT_EQ(Select(Named, {"CAF\xE9"}, Manifest), "caf\xE9\n");
+  {
+    GlobalLocaleGuard Latin(
+        std::locale(std::locale::classic(), new LatinCtype));
+    EXPECT_EQ(Select(Named, {"CAF\xC9"}, Manifest), "caf\xE9\n");
+  }
+  EXPECT_EQ(Select(Named, {"CAF\xC9"}, Manifest), "");
+}
+
+TEST(SelectionRules, SelectorEqual) {
+  Names None;
+  LcRecordSelector Selector(All, None);
+  EXPECT_TRUE(Selector.Equal("", ""));
+  EXPECT_TRUE(Selector.Equal("checkname", "CHECKNAME"));
+  EXPECT_TRUE(Selector.Equal("a-B_1", "A-b_1"));
+  EXPECT_FALSE(Selector.Equal("abc", "ab"));
+  EXPECT_FALSE(Selector.Equal("ab", "abc"));
+  EXPECT_FALSE(Selector.Equal("a[", "a{"));
+  EXPECT_FALSE(Selector.Equal("\xE9", "\xC9"));
+  EXPECT_TRUE(Selector.Equal(std::string("a\0b", 3), std::string("A\0B", 3)));
+  EXPECT_FALSE(Selector.Equal(std::string("a\0b", 3), std::string("a\0c", 3)));
+}
+
+/// Selection through files: a fresh folder, a fresh output-opened flag.
+class SelectionFiles : public ::testing::Test {
+protected:
+  SelectionFiles() {
+    LcResetOutputOpened();
+    Request.ManifestPath = Dir.Path("checks.txt");
+    Request.OutputPath = Dir.Path("selected.txt");
+  }
+
+  void WriteManifest(const std::string &Text) {
+    lctest::WriteFile(Request.ManifestPath, Text);
+  }
+  std::string Output() const { return lctest::ReadFile(Request.OutputPath); }
+
+  /// Runs Request and expects it to stop with Lc002 naming Path.
+  void ExpectCouldNotOpen(const std::string &Path) {
+    MsConsoleConcrete &Console = lctest::Console();
+    std::size_t Before = Console.Messages().size();
+    unsigned ErrorsBefore = Console.ErrorCount();
+    EXPECT_THROW(LcRunSelection(Request), MsConsoleException);
+    ASSERT_EQ(Console.Messages().size(), Before + 1)
+        << "the remaining passes must not run";
+    const MsConsoleConcrete::Released &M = Console.Messages().back();
+    EXPECT_EQ(Console.TagText(M.Tag), "Lc002");
+    EXPECT_EQ(M.Lvl, MsConsole::ErrorFixed);
+    EXPECT_EQ(M.Text, "could not open file \"" + Path + "\"");
+    EXPECT_EQ(Console.ErrorCount(), ErrorsBefore + 1);
+  }
+
+  lctest::TempDir Dir;
+  LcSelectionRequest Request;
+};
+
+const char SampleManifest[] = "checkname=MEM-one\npackage=core\ngroup=memory\n"
+                              "default=on\n\n"
+                              "checkname=STY-two\npackage=style\ngroup=layout\n"
+                              "group=memory\ndefault=off\n\n"
+                              "checkname=MEM-hidden\npackage=core\n"
+                              "group=memory\ndefault=on\nvisible=no\n\n"
+                              "checkname=STY-three\npackage=style\n"
+                              "group=layout\ndefault=on\n\n";
+
+TEST_F(SelectionFiles, NoSelectionOpensNothing) {
+  WriteManifest(SampleManifest);
+  LcRunSelection(Request);
+  EXPECT_FALSE(lctest::FileExists(Request.OutputPath));
+  EXPECT_FALSE(LcOutputOpened());
+}
+
+TEST_F(SelectionFiles, NoSelectionDoesNotTouchMissingManifest) {
+  MsConsoleConcrete &Console = lctest::Console();
+  std::size_t Before = Console.Messages().size();
+  LcRunSelection(Request);
+  EXPECT_EQ(Console.Messages().size(), Before);
+  EXPECT_FALSE(lctest::FileExists(Request.OutputPath));
+}
+
+TEST_F(SelectionFiles, AllChecks) {
+  WriteManifest(SampleManifest);
+  Request.All = true;
+  LcRunSelection(Request);
+  EXPECT_EQ(Output(), "MEM-one\nSTY-two\nSTY-three\n");
+  EXPECT_TRUE(LcOutputOpened());
+}
+
+TEST_F(SelectionFiles, AllAndNamedVisibleCheckAppearsTwice) {
+  WriteManifest(SampleManifest);
+  Request.All = true;
+  Request.CheckNames = {"sty-two"};
+  LcRunSelection(Request);
+  EXPECT_EQ(Output(), "MEM-one\nSTY-two\nSTY-three\nSTY-two\n");
+}
+
+TEST_F(SelectionFiles, FivePassesInFixedOrder) {
+  WriteManifest(SampleManifest);
+  Request.Packages = {"style"};
+  Request.Groups = {"memory"};
+  Request.DefaultPackages = {"core"};
+  Request.CheckNames = {"STY-three", "MEM-hidden"};
+  Request.All = true;
+  LcRunSelection(Request);
+  EXPECT_EQ(Output(), "MEM-one\nSTY-two\nSTY-three\n" // all
+                      "STY-three\n"                   // named
+                      "MEM-one\n"                     // default of core
+                      "MEM-one\nSTY-two\n"            // group memory
+                      "STY-two\nSTY-three\n");        // package style
+}
+
+TEST_F(SelectionFiles, FirstPassTruncatesLaterPassesAppend) {
+  WriteManifest(SampleManifest);
+  lctest::WriteFile(Request.OutputPath, "old line\nmore\n");
+  Request.CheckNames = {"MEM-one"};
+  Request.Groups = {"layout"};
+  LcRunSelection(Request);
+  EXPECT_EQ(Output(), "MEM-one\nSTY-two\nSTY-three\n");
+}
+
+TEST_F(SelectionFiles, LaterRunAppendsUntilFlagReset) {
+  WriteManifest(SampleManifest);
+  Request.CheckNames = {"MEM-one"};
+  LcRunSelection(Request);
+  LcRunSelection(Request);
+  EXPECT_EQ(Output(), "MEM-one\nMEM-one\n");
+  LcResetOutputOpened();
+  LcRunSelection(Request);
+  EXPECT_EQ(Output(), "MEM-one\n");
+}
+
+TEST_F(SelectionFiles, AppendCreatesMissingFile) {
+  WriteManifest(SampleManifest);
+  Request.CheckNames = {"MEM-one"};
+  LcRunSelection(Request);
+  std::filesystem::remove(Request.OutputPath);
+  LcRunSelection(Request);
+  EXPECT_EQ(Output(), "MEM-one\n");
+}
+
+TEST_F(SelectionFiles, OutputHasNoCarriageReturns) {
+  WriteManifest("checkname=A\r\n\r\ncheckname=B\r\nvisible=no\r\n\r\n"
+                "checkname=C\r\n\r\n");
+  Request.All = true;
+  LcRunSelection(Request);
+  EXPECT_EQ(Output(), "A\nC\n");
+}
+
+TEST_F(SelectionFiles, NothingSelectedLeavesEmptyFile) {
+  WriteManifest(SampleManifest);
+  Request.CheckNames = {"no-such-check"};
+  lctest::WriteFile(Request.OutputPath, "old\n");
+  LcRunSelection(Request);
+  EXPECT_TRUE(lctest::FileExists(Request.OutputPath));
+  EXPECT_EQ(Output(), "");
+}
+
+TEST_F(SelectionFiles, MissingManifestLeavesEmptyOutput) {
+  Request.All = true;
+  Request.CheckNames = {"MEM-one"};
+  lctest::WriteFile(Request.OutputPath, "old\n");
+  ExpectCouldNotOpen(Request.ManifestPath);
+  EXPECT_TRUE(lctest::FileExists(Request.OutputPath));
+  EXPECT_EQ(Output(), "");
+}
+
+TEST_F(SelectionFiles, ManifestIsDirectory) {
+  Request.ManifestPath = Dir.Path("folder");
+  std::filesystem::create_directory(Request.ManifestPath);
+  Request.Groups = {"memory"};
+  ExpectCouldNotOpen(Request.ManifestPath);
+  EXPECT_EQ(Output(), "");
+}
+
+TEST_F(SelectionFiles, ManifestFailureKeepsEarlierLines) {
+  WriteManifest(SampleManifest);
+  Request.All = true;
+  LcRunSelection(Request);
+  Request.ManifestPath = Dir.Path("gone.txt");
+  Request.All = false;
+  Request.CheckNames = {"MEM-one"};
+  Request.Packages = {"core"};
+  ExpectCouldNotOpen(Request.ManifestPath);
+  EXPECT_EQ(Output(), "MEM-one\nSTY-two\nSTY-three\n");
+}
+
+TEST_F(SelectionFiles, OutputCannotBeOpened) {
+  WriteManifest(SampleManifest);
+  Request.OutputPath = Dir.Path("no-folder/selected.txt");
+  Request.All = true;
+  Request.Packages = {"core"};
+  ExpectCouldNotOpen(Request.OutputPath);
+  EXPECT_FALSE(lctest::FileExists(Request.OutputPath));
+  EXPECT_FALSE(LcOutputOpened());
+}
+
+TEST_F(SelectionFiles, OutputIsDirectory) {
+  WriteManifest(SampleManifest);
+  Request.OutputPath = Dir.Path("");
+  Request.Groups = {"memory"};
+  ExpectCouldNotOpen(Request.OutputPath);
+}
+
+TEST_F(SelectionFiles, OpenFailureSummaryYieldsTwo) {
+  Request.All = true;
+  ExpectCouldNotOpen(Request.ManifestPath);
+  std::ostringstream Summary;
+  EXPECT_EQ(lctest::Console().Summary(Summary), 2);
+}
+
+TEST_F(SelectionFiles, StandardOutput) {
+  WriteManifest(SampleManifest);
+  Request.OutputPath = "-";
+  Request.All = true;
+  Request.CheckNames = {"STY-two"};
+  Request.Packages = {"core"};
+  lctest::StdoutCapture Capture(Dir.Path("stdout.txt"));
+  LcRunSelection(Request);
+  EXPECT_EQ(Capture.Finish(),
+            "MEM-one\nSTY-two\nSTY-three\nSTY-two\nMEM-one\n");
+  EXPECT_TRUE(LcOutputOpened());
+  EXPECT_FALSE(lctest::FileExists(Dir.Path("-")));
+}
+
+TEST_F(SelectionFiles, StandardOutputFollowsEarlierCoutText) {
+  WriteManifest(SampleManifest);
+  Request.OutputPath = "-";
+  Request.DefaultPackages = {"style"};
+  lctest::StdoutCapture Capture(Dir.Path("stdout.txt"));
+  std::cout << "before\n";
+  LcRunSelection(Request);
+  EXPECT_EQ(Capture.Finish(), "before\nSTY-two\nSTY-three\n");
+}
+
+TEST_F(SelectionFiles, WriteFailureReportsProblemWriting) {
+  MsConsoleConcrete &Console = lctest::Console();
+  WriteManifest(SampleManifest);
+  Request.OutputPath = "/dev/full";
+  Request.All = true;
+  Request.Packages = {"core"};
+  std::size_t Before = Console.Messages().size();
+  EXPECT_THROW(LcRunSelection(Request), MsConsoleException);
+  ASSERT_EQ(Console.Messages().size(), Before + 1);
+  const MsConsoleConcrete::Released &M = Console.Messages().back();
+  EXPECT_EQ(Console.TagText(M.Tag), "Ms004");
+  EXPECT_EQ(M.Lvl, MsConsole::ErrorFixed);
+  EXPECT_EQ(M.Text, "problem writing to file \"/dev/full\"");
+}
+
+TEST_F(SelectionFiles, StandardOutputWriteFailureReportsProblemWriting) {
+  MsConsoleConcrete &Console = lctest::Console();
+  WriteManifest(SampleManifest);
+  Request.OutputPath = "-";
+  Request.All = true;
+  Request.Groups = {"memory"};
+  std::size_t Before = Console.Messages().size();
+  {
+    lctest::StdoutCapture Full("/dev/full");
+    EXPECT_THROW(LcRunSelection(Request), MsConsoleException);
+  }
+  std::cout.clear();
+  std::clearerr(stdout);
+  ASSERT_EQ(Console.Messages().size(), Before + 1)
+      << "the group pass must not run";
+  const MsConsoleConcrete::Released &M = Console.Messages().back();
+  EXPECT_EQ(Console.TagText(M.Tag), "Ms004");
+  EXPECT_EQ(M.Text, "problem writing to file \"-\"");
+}
+
+} // namespace

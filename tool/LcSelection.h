@@ -1,0 +1,94 @@
+// Check selection: the five selection passes over the checks manifest and
+// the selected-checks output they write.
+#ifndef TOOL_LCSELECTION_H
+#define TOOL_LCSELECTION_H
+
+#include <array>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class LcManifestReader;
+class LcRecord;
+
+/// The user's choice of checks, filled by the main flow. The lists are used
+/// as given: no trimming, no removal of duplicates.
+struct LcSelectionRequest {
+  std::string ManifestPath;
+  /// "-" means standard output.
+  std::string OutputPath;
+  bool All = false;
+  std::vector<std::string> CheckNames;
+  std::vector<std::string> DefaultPackages;
+  std::vector<std::string> Groups;
+  std::vector<std::string> Packages;
+};
+
+/// The selection modes, in the order in which their passes run.
+enum class LcSelectionMode {
+  AllChecks,
+  NamedChecks,
+  DefaultChecksOfPackages,
+  ChecksOfGroups,
+  ChecksOfPackages
+};
+
+/// Decides, record by record, what one pass of one mode selects. Keys and
+/// values are compared whole and without regard to case: equal length and
+/// every pair of bytes equal after upper-casing through the global locale's
+/// ctype<char> facet, which is read once, when the selector is made. Borrows
+/// the requested values, which must outlive it.
+class LcRecordSelector {
+public:
+  LcRecordSelector(LcSelectionMode Mode,
+                   const std::vector<std::string> &Requested);
+
+  /// Answers whether Record is selected and, if so, sets Name to the check
+  /// name to write (a view into Record). A selected record without a
+  /// "checkname" attribute answers false: there is nothing to write.
+  bool Select(const LcRecord &Record, std::string_view &Name) const;
+
+  /// Whole-string comparison without regard to case.
+  bool Equal(std::string_view A, std::string_view B) const;
+
+private:
+  bool MatchesRequested(std::string_view Value) const;
+
+  LcSelectionMode Mode;
+  const std::vector<std::string> &Requested;
+  std::array<char, 256> Upper;
+};
+
+/// Writes the name of every record of Reader (open, first record read) that
+/// Selector selects to Out, one per line, each followed by "\n". Stops early
+/// when Out fails.
+void LcSelectRecords(LcManifestReader &Reader, const LcRecordSelector &Selector,
+                     std::ostream &Out);
+
+/// One pass of Mode over the manifest text Manifest, writing to Out; the pass
+/// without files.
+void LcSelectFromStream(LcSelectionMode Mode, std::istream &Manifest,
+                        std::ostream &Out,
+                        const std::vector<std::string> &Requested);
+
+/// One pass of Mode: opens the output (standard output for "-", else the
+/// file, created or truncated the first time any pass opens the output in
+/// this process and appended to afterwards), then the manifest, writes the
+/// selected names, and flushes and closes the output. A file that cannot be
+/// opened is reported as Lc002 and a failed write as Ms004; both then throw
+/// MsConsoleException.
+void LcRunPass(LcSelectionMode Mode, const std::string &ManifestPath,
+               const std::string &OutputPath,
+               const std::vector<std::string> &Requested);
+
+/// Runs the pass of every selection present in Request, in the order of
+/// LcSelectionMode. With no selection nothing is opened.
+void LcRunSelection(const LcSelectionRequest &Request);
+
+/// Whether a pass has opened the output in this process.
+bool LcOutputOpened();
+/// Forgets that the output was opened, so that the next pass truncates it.
+void LcResetOutputOpened();
+
+#endif
