@@ -13,6 +13,7 @@
 #include <new>
 #include <string>
 
+class MsDependHandler;
 class MsMessageFormatter;
 class MsMessageHandler;
 class MsWorkingProgress;
@@ -242,6 +243,19 @@ public:
   virtual void AnnounceIncludeFile(const std::string &Path) = 0;
   /// Tells the console that the output file Path was written.
   virtual void NotifyOutputFileWritten(const std::string &Path) = 0;
+  /// Records the name of the tool's main output ("-" for standard output);
+  /// dependency lists name it as their target.
+  virtual void SetMainOutputName(const std::string &Name) = 0;
+  virtual const std::string &MainOutputName() const = 0;
+  /// Adds a dependency list, owned by the console from now on. It sees every
+  /// message after the other handlers, also the messages still queued.
+  virtual void AddDependencyList(std::unique_ptr<MsDependHandler> List) = 0;
+  /// Finishes (writes) every dependency list added so far, in order, and
+  /// lets go of them; a list that cannot be written reports its failure.
+  virtual void FinishDependencyLists() = 0;
+  /// Abandons every dependency list added so far: none is written, and each
+  /// old list stays as it was.
+  virtual void DiscardDependencyLists() = 0;
   /// Stores the sign-on lines, printed when the console starts unless
   /// sign-on is suppressed.
   virtual void SetSignOn(const std::string &Title,
@@ -252,7 +266,10 @@ public:
 
   // --- Run control ------------------------------------------------------
 
-  /// Writes the summary to Out and answers the exit status.
+  /// Ends the run's dependency lists, writes the summary to Out and answers
+  /// the exit status. The lists are written when the run is neither aborted
+  /// nor has counted an error (their own failures then count before the
+  /// summary), and discarded otherwise.
   virtual int Summary(std::ostream &Out) = 0;
   /// The progress object, created on first use.
   virtual MsWorkingProgress &Progress() = 0;

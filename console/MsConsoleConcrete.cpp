@@ -2,6 +2,7 @@
 // error limit, summary and exit status.
 #include "console/MsConsoleConcrete.h"
 
+#include "console/MsDependHandler.h"
 #include "console/MsMessageFormatter.h"
 #include "console/MsMessageHandler.h"
 #include "console/MsMessages.h"
@@ -474,6 +475,24 @@ void MsConsoleConcrete::NotifyOutputFileWritten(const std::string &Path) {
   ReleaseFile(MsMessage::KindOutputFile, Path);
 }
 
+void MsConsoleConcrete::AddDependencyList(
+    std::unique_ptr<MsDependHandler> List) {
+  if (!List)
+    GeInternalFailure("MsConsole: no dependency list");
+  DependLists.push_back(std::move(List));
+}
+
+void MsConsoleConcrete::FinishDependencyLists() {
+  // Let go of the lists first: a list that is being finished sees no more
+  // messages, and the rest are abandoned if finishing one stops the run.
+  std::vector<std::unique_ptr<MsDependHandler>> Lists;
+  Lists.swap(DependLists);
+  for (auto &List : Lists)
+    List->Finish();
+}
+
+void MsConsoleConcrete::DiscardDependencyLists() { DependLists.clear(); }
+
 void MsConsoleConcrete::ReleaseFile(int Kind, const std::string &Path) {
   Release(std::make_unique<MsMessage>(Kind, MsTag(), DiSourceRange(),
                                       MakeTextContent(Path)));
@@ -555,6 +574,8 @@ void MsConsoleConcrete::Dispatch(const MsMessage &M) {
     Hand(First);
   for (std::size_t I = 0; I < Handlers.size(); ++I)
     Hand(Handlers[I]);
+  for (std::size_t I = 0; I < DependLists.size(); ++I)
+    Hand(DependLists[I].get());
   if (StopAfter)
     throw MsConsoleException();
 }
@@ -612,6 +633,13 @@ void MsConsoleConcrete::Start() {
 // ----------------------------------------------------------------
 
 int MsConsoleConcrete::Summary(std::ostream &Out) {
+  if (Aborted || Errors)
+    DiscardDependencyLists();
+  try {
+    FinishDependencyLists();
+  } catch (const MsConsoleException &) {
+    // Writing a list reached the error limit; the run is aborted now.
+  }
   if (!Aborted) {
     Out << "\nErrors: ";
     if (Errors)
@@ -650,12 +678,25 @@ void MsConsoleConcrete::CheckStopRequest() {
   throw MsConsoleException();
 }
 
+namespace {
+MsConsoleConcrete *ProcessConsole = nullptr;
+
+/// At exit: abandons the lists that were never finished (the run stopped
+/// before its summary), which removes their temporary files.
+void DiscardProcessLists() {
+  if (ProcessConsole)
+    ProcessConsole->DiscardDependencyLists();
+}
+} // namespace
+
 MsConsole &MsGetConsole() {
   // Never destroyed, so that reports made while the process ends still work.
   static MsConsoleConcrete *Console = [] {
     auto *Formatter = new MsMessageFormatter(79);
     auto *Standard = new MsMessageHandlerStdout(std::cout);
-    return new MsConsoleConcrete(*Formatter, *Standard);
+    ProcessConsole = new MsConsoleConcrete(*Formatter, *Standard);
+    std::atexit(DiscardProcessLists);
+    return ProcessConsole;
   }();
   return *Console;
 }

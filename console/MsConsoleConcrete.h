@@ -29,10 +29,12 @@ class MsMessageHandlerStdout;
 /// lines, to standard output. So each message's human form appears exactly
 /// once. When an IDE handler is stored it takes the standard handler's place
 /// and the formatter is not used: the protocol replaces the human form.
-/// Further handlers (the dependency list) follow. None of the streams,
-/// handlers, the formatter, the application interface or the stop query is
-/// owned, except the formatter and standard handler that the stream-taking
-/// constructors make.
+/// Further handlers follow, and after them the dependency lists. None of the
+/// streams, handlers, the formatter, the application interface or the stop
+/// query is owned, except the formatter and standard handler that the
+/// stream-taking constructors make, and the dependency lists. The lists of
+/// the process-wide console are discarded when the process exits, so that an
+/// unfinished list never leaves a temporary file behind.
 ///
 /// Levels. Each registered table gives every tag its default level; the
 /// diag options change them (SetTagLevel), but never a tag at level 0 or 2.
@@ -145,6 +147,13 @@ public:
   void AnnounceFile(const std::string &Path, bool System = false) override;
   void AnnounceIncludeFile(const std::string &Path) override;
   void NotifyOutputFileWritten(const std::string &Path) override;
+  void SetMainOutputName(const std::string &Name) override {
+    MainOutput = Name;
+  }
+  const std::string &MainOutputName() const override { return MainOutput; }
+  void AddDependencyList(std::unique_ptr<MsDependHandler> List) override;
+  void FinishDependencyLists() override;
+  void DiscardDependencyLists() override;
   void SetSignOn(const std::string &Title,
                  const std::string &Copyright) override;
   void SetSignOnSuppressed(bool On) override { SignOnSuppressed = On; }
@@ -255,6 +264,8 @@ private:
   MsMessageHandler *StandardHandler = nullptr;
   MsMessageHandler *Ide = nullptr;
   std::vector<MsMessageHandler *> Handlers;
+  std::vector<std::unique_ptr<MsDependHandler>> DependLists;
+  std::string MainOutput;
   ApplicationInterface *App = nullptr;
   MsStopQuery *Stop = nullptr;
   std::ostream *ErrStream;

@@ -1,6 +1,7 @@
 // The console's command-line options and how their values reach the console.
 #include "console/MsSubSystem.h"
 
+#include "console/MsDependHandler.h"
 #include "console/MsMessageFormatter.h"
 #include "console/MsMessages.h"
 
@@ -50,7 +51,7 @@ MsSubSystem::MsSubSystem()
       RemarksParser(Remarks), WarningsAreErrorsParser(WarningsAreErrors),
       WarningsAffectExitCodeParser(WarningsAffectExitCode),
       OnlyStdoutParser(OnlyStdout), NoWrapParser(NoWrap),
-      ErrorLimitParser(ErrorLimit) {
+      ErrorLimitParser(ErrorLimit), DependenciesParser(Dependencies) {
   Diag.Add(MsConsole::Suppressed, DiagSuppress);
   Diag.Add(MsConsole::Remark, DiagRemark);
   Diag.Add(MsConsole::Warning, DiagWarning);
@@ -67,6 +68,7 @@ void MsSubSystem::DeclareOptions(ClGroupParser &Group) {
   Group.Add(OnlyStdoutParser);
   Group.Add(NoWrapParser);
   Group.Add(ErrorLimitParser);
+  Group.Add(DependenciesParser);
 }
 
 void MsSubSystem::Apply(MsConsole &Console) const { Apply(Console, std::cout); }
@@ -90,4 +92,32 @@ void MsSubSystem::Apply(MsConsole &Console, std::ostream &StandardOut) const {
   for (const auto &Value : Diag.Values())
     MsApplyDiagnosticLevel(Console, Value.Level, Value.Item.Text,
                            Value.Item.Place.Position);
+  ApplyDependencies(Console);
+}
+
+void MsSubSystem::ApplyDependencies(MsConsole &Console) const {
+  const std::string &Target = Console.MainOutputName();
+  bool Failed = false;
+  for (const ClTwoParaValue &Value : DependenciesParser.Values()) {
+    MsDependFlags Flags = MsDependFileArg::ParseFlags(Value.First);
+    std::string Path;
+    if (!MsDependHandler::ListPath(Value.Second, Target, Path)) {
+      Console.Report(MsMakeTag(MsMsgIllegalPath), MsConsole::ErrorFixed,
+                     Value.Second);
+      Failed = true;
+      continue;
+    }
+    std::unique_ptr<MsOutputStream::OutFile> File = MsOutputStream::Open(
+        Console, MsOutputStream::Kind::Temp, Path, MsOutputStream::Mode::Text);
+    if (!File) {
+      Failed = true;
+      continue;
+    }
+    Console.AddDependencyList(std::make_unique<MsDependHandler>(
+        Flags.Style, Flags.IncludeSystemFiles, Target, std::move(File)));
+  }
+  if (Failed) {
+    Console.DiscardDependencyLists();
+    throw MsConsoleException();
+  }
 }

@@ -6,6 +6,7 @@
 #include "cmdline/ClArg.h"
 #include "cmdline/ClParser.h"
 #include "console/MsConsole.h"
+#include "console/MsDependFileArg.h"
 
 #include <iosfwd>
 #include <string>
@@ -25,7 +26,8 @@ void MsApplyDiagnosticLevel(MsConsole &Console, MsConsole::Level Lvl,
 /// warnings_are_errors, warnings_affect_exit_code, the four diag options
 /// diag_suppress, diag_remark, diag_warning and diag_error (one
 /// ClMMultiVal that keeps each tag with its option's level in command-line
-/// order), only_stdout, no_wrap_diagnostics, error_limit (0 to 2147483647).
+/// order), only_stdout, no_wrap_diagnostics, error_limit (0 to 2147483647),
+/// dependencies (any number of times, one dependency list each).
 class MsSubSystem {
 public:
   MsSubSystem();
@@ -39,10 +41,24 @@ public:
   /// flags, only_stdout (the error stream becomes StandardOut),
   /// no_wrap_diagnostics (line width -1) and error_limit only when given;
   /// then the diag options in command-line order, so that the diagnostics
-  /// they raise (Ms001, Ms002) already obey the flags.
+  /// they raise (Ms001, Ms002) already obey the flags; then one dependency
+  /// list per dependencies occurrence, in order (see ApplyDependencies).
   void Apply(MsConsole &Console, std::ostream &StandardOut) const;
   /// Apply with standard output.
   void Apply(MsConsole &Console) const;
+
+  /// Opens the dependency lists the dependencies occurrences ask for, each
+  /// an output file of kind Temp whose path MsDependHandler::ListPath forms
+  /// from the destination and the console's main output name, and adds them
+  /// to Console, which writes them at its summary. The main output name is
+  /// also the target the make styles write; the tool sets it before the
+  /// console's options are applied ("-" when the main output is standard
+  /// output, which leaves "+" and folder destinations without a name). A
+  /// destination that names no file is reported as Ms006, one that cannot be
+  /// opened as Ms003; after such a failure, once every list was tried, the
+  /// lists are dropped and MsConsoleException is thrown: the run stops
+  /// before the tool's work.
+  void ApplyDependencies(MsConsole &Console) const;
 
   const ClFlagArg &SilentOption() const { return Silent; }
   const ClIntegerArg &ErrorLimitOption() const { return ErrorLimit; }
@@ -60,6 +76,7 @@ private:
   ClFlagArg OnlyStdout;
   ClFlagArg NoWrap;
   ClIntegerArg ErrorLimit;
+  MsDependFileArg Dependencies;
 
   ClOnce SilentParser;
   ClOnce NoWarningsParser;
@@ -70,6 +87,7 @@ private:
   ClOnce OnlyStdoutParser;
   ClOnce NoWrapParser;
   ClOnce ErrorLimitParser;
+  ClMultiVal<MsDependFileArg> DependenciesParser;
 };
 
 #endif

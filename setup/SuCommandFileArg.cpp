@@ -1,6 +1,7 @@
 // The framework's command-file option.
 #include "setup/SuCommandFileArg.h"
 
+#include "console/MsConsole.h"
 #include "general/GeUnicode.h"
 
 #include <boost/filesystem/operations.hpp>
@@ -24,5 +25,6 @@ SuCommandFileArg::Open(const std::string &Name) const {
       GeUnicode::Utf8ToUtf16(Name));
   if (!Stream->IsOpen())
     return nullptr;
+  MsGetConsole().AnnounceFile(Name);
   return Stream;
 }

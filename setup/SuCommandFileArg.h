@@ -10,7 +10,9 @@
 
 /// The option -f that names a command file. A name without an extension gets
 /// ".xcl" appended; the file is opened through GeUnicode::InFileStream, in
-/// binary mode. A directory cannot be opened as a command file.
+/// binary mode. A directory cannot be opened as a command file. Every file
+/// opened is announced to the console as a file read (for dependency lists),
+/// under the name it was opened by.
 class SuCommandFileArg : public ClCommandFileArg {
 public:
   SuCommandFileArg();

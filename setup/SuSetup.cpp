@@ -6,13 +6,14 @@
 #include "cmdline/ClHelp.h"
 #include "cmdline/ClLine.h"
 #include "console/MsConsole.h"
+#include "console/MsOutputStream.h"
 #include "console/MsSubSystem.h"
 #include "general/GeInternalFailure.h"
 #include "setup/SuCommandFileArg.h"
-#include "setup/SuOutputFile.h"
 
 #include <boost/filesystem.hpp>
 
+#include <functional>
 #include <iostream>
 #include <sstream>
 
@@ -304,12 +305,32 @@ void SuDoItContinuation::ReportWalkErrors(ClParser &Root) {
   }
 }
 
+/// Writes an output file of the framework through a temporary file, so that
+/// a failure leaves the old file as it was; failures are reported to the
+/// console.
+void WriteOutputFile(MsConsole &Console, const std::string &Path,
+                     const std::function<void(std::ostream &)> &Write) {
+  std::unique_ptr<MsOutputStream::OutFile> File = MsOutputStream::Open(
+      Console, MsOutputStream::Kind::Temp, Path, MsOutputStream::Mode::Text);
+  if (!File)
+    return;
+  Write(File->Stream());
+  File->Close();
+}
+
+/// The file a dump option's Value names: a device (such as /dev/stdout) as
+/// it stands, anything else by SuOutputFileName.
+std::string DumpFileName(const std::string &Value,
+                         const std::string &DefaultName) {
+  if (MsOutputStream::IsSpecialFile(Value))
+    return Value;
+  return SuOutputFileName(Value, DefaultName, ".txt");
+}
+
 /// Dumps the diagnostic message tables into the file Value names.
 void DumpDiagnosticsTables(MsConsole &Console, const std::string &Value) {
-  std::string Path =
-      SuOutputFileName(Value, "diagnostics_tables", ".txt");
-  SuWriteOutputFile(Console, Path,
-                    [&Console](std::ostream &Out) { Console.ListTags(Out); });
+  WriteOutputFile(Console, DumpFileName(Value, "diagnostics_tables"),
+                  [&Console](std::ostream &Out) { Console.ListTags(Out); });
 }
 
 /// Writes one command line per source file for distribute_mfc.
@@ -330,12 +351,13 @@ void DistributeCommandLines(MsConsole &Console, const std::string &Value,
     }
   };
   if (Value == "-") {
-    WriteAll(std::cout);
-    std::cout.flush();
+    std::unique_ptr<MsOutputStream::OutFile> Out =
+        MsOutputStream::Open(Console, MsOutputStream::Kind::Console, Value);
+    WriteAll(Out->Stream());
+    Out->Close();
     return;
   }
-  SuWriteOutputFile(Console, SuOutputFileName(Value, "separate_commands", ".txt"),
-                    WriteAll);
+  WriteOutputFile(Console, DumpFileName(Value, "separate_commands"), WriteAll);
 }
 
 } // namespace

@@ -63,6 +63,9 @@ public:
     Request.ManifestPath = Manifest.IsGiven() ? Manifest.Value()
                                               : DefaultManifestPath();
     Request.OutputPath = Output.IsGiven() ? Output.Value() : DefaultOutput;
+    // The console applies its options (dependency lists among them) after
+    // this system, so the lists learn their target here.
+    Setup.Console().SetMainOutputName(Request.OutputPath);
     Request.All = All.Value();
     Request.CheckNames = Members(*CheckParser);
     Request.DefaultPackages = Members(*DefaultParser);

@@ -186,6 +186,7 @@ void LcRunPass(LcSelectionMode Mode, const std::string &ManifestPath,
   LcRecordSelector Selector(Mode, Requested);
   LcManifestReader Reader;
   Reader.Open(ManifestPath);
+  MsGetConsole().AnnounceFile(ManifestPath);
   LcSelectRecords(Reader, Selector, Output.Stream());
   Reader.Close();
   Output.Finish();

@@ -6,6 +6,7 @@
 #include "console/MsConsoleConcrete.h"
 #include "console/MsMessageFormatter.h"
 #include "tests/console/MsConsoleTestSupport.h"
+#include "tests/console/MsFileTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -62,6 +63,13 @@ TEST(MsSubSystemTest, OptionsInTheirOrder) {
       {"--no_wrap_diagnostics", "",
        "Don't wrap long lines in diagnostic messages"},
       {"--error_limit", "limit", "Stop after this many errors (0 = no limit)"},
+      {"--dependencies", "[i|m|n][s] file|directory|+",
+       "List file dependencies\n"
+       "   i     Include filename only (default)\n"
+       "   m     Makefile style (multiple rules)\n"
+       "   n     Makefile style (one rule)\n"
+       "   s     Suppress system files\n"
+       "(+: output same as -o, only with .d extension)"},
   };
   ASSERT_EQ(Collected.size(), sizeof Table / sizeof Table[0]);
   for (std::size_t I = 0; I < Collected.size(); ++I) {
@@ -194,6 +202,92 @@ TEST(MsSubSystemTest, ApplyDiagnosticLevelWithPosition) {
   EXPECT_EQ(Err.str(), "\n  --diag_error=Xy001\n  ^\n"
                        "\"opts.xcl\",1  Warning[Ms001]: diagnostic tag "
                        "\"Xy001\" does not exist\n");
+}
+
+//===----------------------------------------------------------------------===//
+// Dependency lists
+//===----------------------------------------------------------------------===//
+
+/// Parses Arguments with the console's options and applies them to a
+/// console whose main output is MainOutput.
+struct DependFixture {
+  DependFixture(const std::vector<std::string> &Arguments,
+                const std::string &MainOutput)
+      : Console(Err, Out) {
+    Options.DeclareOptions(Root);
+    ClLine(Arguments).Walk(Root);
+    Console.SetMainOutputName(MainOutput);
+  }
+  std::ostringstream Err, Out, Stdout;
+  MsConsoleConcrete Console;
+  MsSubSystem Options;
+  ClAny Root;
+};
+
+TEST(MsSubSystemTest, OneListPerDependenciesOption) {
+  ScratchDir Dir;
+  const std::string Main = Dir.Path("sel.txt");
+  std::filesystem::create_directory(Dir.Path("deps"));
+  DependFixture F({"--dependencies=m", Dir.Path("a.d"), "--dependencies",
+                   Dir.Path("b.d"), "--dependencies=ns", "+",
+                   "--dependencies=mi", Dir.Path("deps")},
+                  Main);
+  F.Options.Apply(F.Console, F.Stdout);
+  EXPECT_EQ(TempFilesIn(Dir.Root()).size(), 3u);
+  EXPECT_EQ(TempFilesIn(Dir.Path("deps")).size(), 1u);
+  F.Console.AnnounceFile("cmd.xcl");
+  F.Console.Start();
+  F.Console.AnnounceFile("sys.h", true);
+  F.Console.AnnounceFile("m $.txt");
+  std::ostringstream Summary;
+  EXPECT_EQ(F.Console.Summary(Summary), 0);
+  EXPECT_EQ(F.Err.str(), "");
+  EXPECT_EQ(Slurp(Dir.Path("a.d")), Main + ": cmd.xcl\n" + Main + ": sys.h\n" +
+                                        Main + ": m\\ $$.txt\n");
+  EXPECT_EQ(Slurp(Dir.Path("b.d")), "cmd.xcl\nsys.h\nm $.txt\n");
+  EXPECT_EQ(Slurp(Dir.Path("sel.d")),
+            Main + ":  \\\n  cmd.xcl \\\n  m\\ $$.txt\n");
+  EXPECT_EQ(Slurp(Dir.Path("deps/sel.d")), "cmd.xcl\nsys.h\nm $.txt\n");
+  EXPECT_EQ(NamesIn(Dir.Root()),
+            (std::set<std::string>{"a.d", "b.d", "deps", "sel.d"}));
+  EXPECT_EQ(NamesIn(Dir.Path("deps")), std::set<std::string>{"sel.d"});
+}
+
+TEST(MsSubSystemTest, PlusForStandardOutputIsAnIllegalPath) {
+  ScratchDir Dir;
+  DependFixture F({"--dependencies", Dir.Path("ok.d"), "--dependencies=m", "+",
+                   "--dependencies=m", Dir.Root()},
+                  "-");
+  EXPECT_THROW(F.Options.Apply(F.Console, F.Stdout), MsConsoleException);
+  F.Console.Start();
+  EXPECT_EQ(F.Err.str(), "Error[Ms006]: illegal path \"+\"\n"
+                         "Error[Ms006]: illegal path \"" +
+                             Dir.Root() + "\"\n");
+  // The list that could be opened is dropped as well.
+  EXPECT_TRUE(NamesIn(Dir.Root()).empty());
+}
+
+TEST(MsSubSystemTest, UnopenableListStopsTheRun) {
+  ScratchDir Dir;
+  const std::string Path = Dir.Path("no/deps.d");
+  DependFixture F({"--dependencies=m", Path}, "sel.txt");
+  EXPECT_THROW(F.Options.Apply(F.Console, F.Stdout), MsConsoleException);
+  F.Console.Start();
+  EXPECT_EQ(F.Err.str(),
+            "Error[Ms003]: could not open file \"" + Path + "\" for writing\n");
+  EXPECT_EQ(F.Console.ErrorCount(), 1u);
+}
+
+TEST(MsSubSystemTest, IllegalDependencyFlagIsACommandLineError) {
+  MsSubSystem Options;
+  ClAny Root;
+  Options.DeclareOptions(Root);
+  try {
+    ClLine(std::vector<std::string>{"--dependencies=mk", "x.d"}).Walk(Root);
+    FAIL() << "accepted";
+  } catch (const ClArgParser::ParseError &E) {
+    EXPECT_EQ(E.Text(), "illegal flag: k");
+  }
 }
 
 } // namespace

@@ -4,10 +4,16 @@
 //
 // The internal-failure handler prints "internal failure: <text>" on standard
 // output; the internal-failure exit then ends the process with status 1.
+// Built with PROBE_TOOL_HANDLER, the probe installs chksel's own handler
+// instead, so that the reports come out exactly as chksel prints them.
 #include "console/MsConsole.h"
 #include "general/GeHex.h"
 #include "general/GeInternalFailure.h"
 #include "setup/SuRun.h"
+#ifdef PROBE_TOOL_HANDLER
+#include "appinterface/LcConsoleApplicationInterface.h"
+#include "tool/LcInternalFailure.h"
+#endif
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -32,9 +38,11 @@ void PrintLine(const std::string &Line) {
   std::fflush(stdout);
 }
 
+#ifndef PROBE_TOOL_HANDLER
 void PrintInternalFailure(const std::string &Text) {
   PrintLine("internal failure: " + Text);
 }
+#endif
 
 /// An internal-failure handler that faults itself, for the check that a
 /// fault during reporting ends the process.
@@ -156,7 +164,13 @@ public:
 } // namespace
 
 int main(int Argc, char **Argv) {
+#ifdef PROBE_TOOL_HANDLER
+  LcInstallInternalFailureHandler();
+  static LcConsoleApplicationInterface Interface(MsGetConsole());
+  MsGetConsole().SetApplicationInterface(&Interface);
+#else
   GeSetInternalFailureHandler(&PrintInternalFailure);
+#endif
   ProbeMain Main;
   return SuRun(Argc, Argv, Main);
 }

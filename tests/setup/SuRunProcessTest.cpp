@@ -63,7 +63,8 @@ std::vector<std::string> ChildEnvironment() {
   return Env;
 }
 
-ProbeResult RunProbe(const std::string &Action) {
+ProbeResult RunProgram(const std::string &ProgramPath,
+                       const std::string &Action) {
   static int Counter = 0;
   const std::string Base = ::testing::TempDir() + "fault_probe_" +
                            std::to_string(::getpid()) + "_" +
@@ -76,7 +77,7 @@ ProbeResult RunProbe(const std::string &Action) {
   for (std::string &Text : Env)
     EnvPointers.push_back(Text.data());
   EnvPointers.push_back(nullptr);
-  std::string Program = FAULT_PROBE_PATH;
+  std::string Program = ProgramPath;
   std::string Argument = Action;
   char *Args[] = {Program.data(), Argument.data(), nullptr};
 
@@ -106,6 +107,16 @@ ProbeResult RunProbe(const std::string &Action) {
   std::remove(OutPath.c_str());
   std::remove(ErrPath.c_str());
   return Result;
+}
+
+/// Runs fault_probe, whose reports are single lines on standard output.
+ProbeResult RunProbe(const std::string &Action) {
+  return RunProgram(FAULT_PROBE_PATH, Action);
+}
+
+/// Runs the probe that reports through chksel's own handler and console.
+ProbeResult RunToolProbe(const std::string &Action) {
+  return RunProgram(FAULT_PROBE_TOOL_PATH, Action);
 }
 
 /// The standard output expected from a report of Text: one line.
@@ -234,3 +245,49 @@ TEST(SuRunProcessTest, FaultWhileReportingEndsWithStatusOne) {
 }
 
 } // namespace
+
+// --- The same failures as chksel reports them --------------------------
+
+TEST(SuRunToolReportTest, ThrownIntegerIsAnUnexpectedException) {
+  ProbeResult Result = RunToolProbe("throw-int");
+  EXPECT_EQ(Result.Out, "");
+  EXPECT_EQ(Result.Err, "Fatal error[Ms008]: [chksel ]: Unexpected exception\n"
+                        "Fatal error detected, aborting.\n");
+  EXPECT_EQ(Result.ExitStatus, 1);
+}
+
+TEST(SuRunToolReportTest, EmptyDescriptionKeepsTheTrailingBlank) {
+  ProbeResult Result = RunToolProbe("throw-empty");
+  EXPECT_EQ(Result.Err,
+            "Fatal error[Ms008]: [chksel ]: Unexpected exception: \n"
+            "Fatal error detected, aborting.\n");
+  EXPECT_EQ(Result.ExitStatus, 1);
+}
+
+TEST(SuRunToolReportTest, StandardExceptionWithItsDescription) {
+  ProbeResult Result = RunToolProbe("throw-runtime-error");
+  EXPECT_EQ(Result.Err,
+            "Fatal error[Ms008]: [chksel ]: Unexpected exception: boom\n"
+            "Fatal error detected, aborting.\n");
+  EXPECT_EQ(Result.ExitStatus, 1);
+}
+
+TEST(SuRunToolReportTest, NullReadIsReportedAndWrapped) {
+  ProbeResult Result = RunToolProbe("read-null");
+  EXPECT_TRUE(std::regex_match(
+      Result.Err,
+      std::regex("Fatal error\\[Ms008\\]: \\[chksel \\]: Access violation "
+                 "\\(0xC0000005\\) at " +
+                 std::string(InstructionAddress) +
+                 "\n          \\(reading from address 0x0\\)\n"
+                 "Fatal error detected, aborting.\n")))
+      << Result.Err;
+  EXPECT_EQ(Result.ExitStatus, 1);
+}
+
+TEST(SuRunToolReportTest, MemoryExhaustionGivesThree) {
+  ProbeResult Result = RunToolProbe("throw-bad-alloc");
+  EXPECT_EQ(Result.Out, "");
+  EXPECT_EQ(Result.Err, OutOfMemoryOutput);
+  EXPECT_EQ(Result.ExitStatus, 3);
+}

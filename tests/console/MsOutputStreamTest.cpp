@@ -1,0 +1,589 @@
+// Tests of output files: temporary names, the Temp, Volatile and Console
+// kinds, their failures and what they leave behind.
+#include "console/MsOutputStream.h"
+
+#include "console/MsConsoleConcrete.h"
+#include "console/MsMessages.h"
+#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/console/MsFileTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <iostream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace mstest;
+
+namespace {
+
+using Kind = MsOutputStream::Kind;
+using Mode = MsOutputStream::Mode;
+
+/// A started console writing to string streams, with a recording handler.
+struct Fixture {
+  Fixture() : Console(Err, Out) {
+    Console.AddHandler(Seen);
+    Console.Start();
+  }
+  /// The paths of the "output file written" messages.
+  std::vector<std::string> Written() const {
+    std::vector<std::string> Paths;
+    for (const auto &M : Seen.Messages)
+      if (M.Kind == MsMessage::KindOutputFile)
+        Paths.push_back(M.Text);
+    return Paths;
+  }
+  std::ostringstream Err, Out;
+  MsConsoleConcrete Console;
+  RecordingHandler Seen;
+};
+
+std::string Expected(const char *Tag, const char *Text,
+                     const std::string &Path) {
+  return std::string("Error[") + Tag + "]: " + Text + " \"" + Path + "\"" +
+         (std::string(Tag) == "Ms003" ? " for writing" : "") + "\n";
+}
+
+/// The first Count temporary names that a generator seeded with Seed draws.
+std::vector<std::string> NamesOfSeed(std::uint32_t Seed, int Count) {
+  static const char Chars[] =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  std::mt19937 Engine(Seed);
+  std::vector<std::string> Names;
+  for (int N = 0; N < Count; ++N) {
+    std::string Name;
+    for (int I = 0; I < 8; ++I)
+      Name += Chars[Engine() % 62];
+    Names.push_back(Name + ".tmp");
+  }
+  return Names;
+}
+
+//===----------------------------------------------------------------------===//
+// Temporary names
+//===----------------------------------------------------------------------===//
+
+TEST(MsOutputStreamNameTest, EightCharactersOfTheSeededGenerator) {
+  ScratchDir Dir;
+  MsOutputStream::SeedGenerator(12345);
+  std::vector<std::string> Names = NamesOfSeed(12345, 2);
+  EXPECT_EQ(MsOutputStream::TempFilePath(Dir.Root()), Dir.Path(Names[0]));
+  EXPECT_EQ(MsOutputStream::TempFilePath(Dir.Root()), Dir.Path(Names[1]));
+}
+
+TEST(MsOutputStreamNameTest, GoldenNamesOfSeedOne) {
+  // MT19937 seeded with 1 starts 1791095845, ...; each output modulo 62
+  // picks one character.
+  MsOutputStream::SeedGenerator(1);
+  EXPECT_EQ(MsOutputStream::TempFilePath(""), "pZIOlNVD.tmp");
+  EXPECT_EQ(MsOutputStream::TempFilePath("some/folder"),
+            "some/folder/r4CxqFRi.tmp");
+}
+
+TEST(MsOutputStreamNameTest, AnExistingNameIsDrawnAgain) {
+  ScratchDir Dir;
+  std::vector<std::string> Names = NamesOfSeed(77, 3);
+  Spit(Dir.Path(Names[0]), "taken");
+  Spit(Dir.Path(Names[1]), "taken too");
+  MsOutputStream::SeedGenerator(77);
+  EXPECT_EQ(MsOutputStream::TempFilePath(Dir.Root()), Dir.Path(Names[2]));
+}
+
+TEST(MsOutputStreamNameTest, UnseededNamesHaveTheShape) {
+  ScratchDir Dir;
+  for (int I = 0; I < 20; ++I) {
+    std::string Path = MsOutputStream::TempFilePath(Dir.Root());
+    EXPECT_EQ(Path.substr(0, Dir.Root().size() + 1), Dir.Root() + "/");
+    EXPECT_TRUE(IsTempName(Path.substr(Dir.Root().size() + 1))) << Path;
+  }
+}
+
+//===----------------------------------------------------------------------===//
+// Temp files
+//===----------------------------------------------------------------------===//
+
+TEST(MsOutputStreamTempTest, WritesThroughATemporaryFileInTheTargetFolder) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("out.txt");
+  MsOutputStream::SeedGenerator(4242);
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Target);
+  ASSERT_TRUE(File);
+  EXPECT_EQ(File->Path(), Target);
+  // Open: only the temporary file exists, with the name the generator drew.
+  EXPECT_EQ(NamesIn(Dir.Root()),
+            std::set<std::string>{NamesOfSeed(4242, 1)[0]});
+  File->Stream() << "line one\nline two\n";
+  EXPECT_TRUE(File->Close());
+  EXPECT_EQ(Slurp(Target), "line one\nline two\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+  EXPECT_EQ(F.Written(), std::vector<std::string>{Target});
+  EXPECT_EQ(F.Err.str(), "");
+  EXPECT_EQ(F.Console.ErrorCount(), 0u);
+}
+
+TEST(MsOutputStreamTempTest, ReplacesAnExistingTarget) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("out.txt");
+  Spit(Target, "old contents\n");
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Target, Mode::Binary);
+  ASSERT_TRUE(File);
+  File->Stream() << "new\r\n";
+  File->Stream().flush();
+  EXPECT_EQ(Slurp(Target), "old contents\n");
+  EXPECT_TRUE(File->Close());
+  EXPECT_EQ(Slurp(Target), "new\r\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+}
+
+TEST(MsOutputStreamTempTest, TargetInTheCurrentFolder) {
+  ScratchDir Dir;
+  Fixture F;
+  std::filesystem::path Previous = std::filesystem::current_path();
+  std::filesystem::current_path(Dir.Root());
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, "here.txt");
+  ASSERT_TRUE(File);
+  EXPECT_EQ(TempFilesIn(Dir.Root()).size(), 1u);
+  File->Stream() << "x";
+  EXPECT_TRUE(File->Close());
+  std::filesystem::current_path(Previous);
+  EXPECT_EQ(Slurp(Dir.Path("here.txt")), "x");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"here.txt"});
+}
+
+TEST(MsOutputStreamTempTest, FailedStreamGivesMs004AndKeepsTheOldTarget) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("out.txt");
+  Spit(Target, "old\n");
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Target);
+  ASSERT_TRUE(File);
+  File->Stream() << "partial";
+  File->Stream().setstate(std::ios_base::badbit);
+  EXPECT_FALSE(File->Close());
+  EXPECT_EQ(F.Err.str(), Expected("Ms004", "problem writing to file", Target));
+  ASSERT_EQ(F.Console.Messages().size(), 1u);
+  EXPECT_EQ(F.Console.Messages()[0].Lvl, MsConsole::ErrorFixed);
+  EXPECT_EQ(F.Console.ErrorCount(), 1u);
+  EXPECT_EQ(Slurp(Target), "old\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+  EXPECT_TRUE(F.Written().empty());
+}
+
+TEST(MsOutputStreamTempTest, WriteFailureMidwayKeepsTheOldTarget) {
+  // A file size limit makes write() fail after the first 4096 bytes; the
+  // limit is set in a child process so that it binds nothing else.
+  ScratchDir Dir;
+  const std::string Target = Dir.Path("out.txt");
+  Spit(Target, "old\n");
+  pid_t Child = ::fork();
+  ASSERT_GE(Child, 0);
+  if (Child == 0) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit Limit = {4096, 4096};
+    if (::setrlimit(RLIMIT_FSIZE, &Limit) != 0)
+      ::_exit(10);
+    Fixture F;
+    auto File = MsOutputStream::Open(F.Console, Kind::Temp, Target);
+    if (!File)
+      ::_exit(11);
+    std::string Line(99, 'x');
+    for (int I = 0; I < 1000; ++I)
+      File->Stream() << Line << '\n';
+    bool Written = File->Close();
+    if (Written)
+      ::_exit(12);
+    if (F.Err.str() != Expected("Ms004", "problem writing to file", Target))
+      ::_exit(13);
+    ::_exit(0);
+  }
+  int Status = 0;
+  ASSERT_EQ(::waitpid(Child, &Status, 0), Child);
+  ASSERT_TRUE(WIFEXITED(Status));
+  EXPECT_EQ(WEXITSTATUS(Status), 0);
+  EXPECT_EQ(Slurp(Target), "old\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+}
+
+TEST(MsOutputStreamTempTest, FailedFlushGivesMs005AndKeepsTheOldTarget) {
+  // The same limit, with less text than the stream buffers: the failure
+  // comes with the flush at the close.
+  ScratchDir Dir;
+  const std::string Target = Dir.Path("out.txt");
+  Spit(Target, "old\n");
+  pid_t Child = ::fork();
+  ASSERT_GE(Child, 0);
+  if (Child == 0) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit Limit = {10, 10};
+    if (::setrlimit(RLIMIT_FSIZE, &Limit) != 0)
+      ::_exit(10);
+    Fixture F;
+    auto File = MsOutputStream::Open(F.Console, Kind::Temp, Target);
+    if (!File)
+      ::_exit(11);
+    File->Stream() << std::string(100, 'y');
+    if (File->Close())
+      ::_exit(12);
+    if (F.Err.str() != Expected("Ms005", "problem closing file", Target))
+      ::_exit(13);
+    ::_exit(0);
+  }
+  int Status = 0;
+  ASSERT_EQ(::waitpid(Child, &Status, 0), Child);
+  ASSERT_TRUE(WIFEXITED(Status));
+  EXPECT_EQ(WEXITSTATUS(Status), 0);
+  EXPECT_EQ(Slurp(Target), "old\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+}
+
+TEST(MsOutputStreamTempTest, MissingTemporaryFileGivesMs005AndKeepsTheTarget) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("out.txt");
+  Spit(Target, "old\n");
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Target);
+  ASSERT_TRUE(File);
+  File->Stream() << "new\n";
+  std::set<std::string> Temps = TempFilesIn(Dir.Root());
+  ASSERT_EQ(Temps.size(), 1u);
+  std::filesystem::remove(Dir.Path(*Temps.begin()));
+  EXPECT_FALSE(File->Close());
+  EXPECT_EQ(F.Err.str(), Expected("Ms005", "problem closing file", Target));
+  EXPECT_EQ(Slurp(Target), "old\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+}
+
+TEST(MsOutputStreamTempTest, AbandonedFileLeavesNothingBehind) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("out.txt");
+  Spit(Target, "old\n");
+  try {
+    auto File = MsOutputStream::Open(F.Console, Kind::Temp, Target);
+    ASSERT_TRUE(File);
+    File->Stream() << "half";
+    EXPECT_EQ(TempFilesIn(Dir.Root()).size(), 1u);
+    throw std::runtime_error("the writer failed");
+  } catch (const std::runtime_error &) {
+  }
+  EXPECT_EQ(Slurp(Target), "old\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+  EXPECT_EQ(F.Err.str(), "");
+}
+
+TEST(MsOutputStreamTempTest, ErrorLimitReachedWhileClosingLeavesNothing) {
+  ScratchDir Dir;
+  Fixture F;
+  F.Console.SetErrorLimit(1);
+  const std::string Target = Dir.Path("out.txt");
+  Spit(Target, "old\n");
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Target);
+  ASSERT_TRUE(File);
+  File->Stream().setstate(std::ios_base::failbit);
+  EXPECT_THROW(File->Close(), MsConsoleException);
+  EXPECT_EQ(Slurp(Target), "old\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+  // A second close does nothing more.
+  EXPECT_FALSE(File->Close());
+  EXPECT_EQ(F.Console.ErrorCount(), 2u);
+}
+
+TEST(MsOutputStreamTempTest, SecondCloseRepeatsTheAnswerOnly) {
+  ScratchDir Dir;
+  Fixture F;
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("a"));
+  ASSERT_TRUE(File);
+  File->Stream() << "a";
+  EXPECT_TRUE(File->Close());
+  EXPECT_TRUE(File->Close());
+  File->Stream() << "more";
+  EXPECT_TRUE(File->Stream().fail());
+  EXPECT_EQ(F.Written().size(), 1u);
+  EXPECT_EQ(Slurp(Dir.Path("a")), "a");
+}
+
+TEST(MsOutputStreamTempTest, TwoWritersWithTheSameSeedDoNotCollide) {
+  ScratchDir Dir;
+  Fixture F;
+  MsOutputStream::SeedGenerator(99);
+  auto First = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("a.txt"));
+  MsOutputStream::SeedGenerator(99);
+  auto Second = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("b.txt"));
+  ASSERT_TRUE(First);
+  ASSERT_TRUE(Second);
+  std::vector<std::string> Names = NamesOfSeed(99, 2);
+  EXPECT_EQ(TempFilesIn(Dir.Root()),
+            (std::set<std::string>{Names[0], Names[1]}));
+  First->Stream() << "first\n";
+  Second->Stream() << "second\n";
+  EXPECT_TRUE(Second->Close());
+  EXPECT_TRUE(First->Close());
+  EXPECT_EQ(Slurp(Dir.Path("a.txt")), "first\n");
+  EXPECT_EQ(Slurp(Dir.Path("b.txt")), "second\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), (std::set<std::string>{"a.txt", "b.txt"}));
+}
+
+TEST(MsOutputStreamTempTest, AForeignFileWithTheNextNameIsLeftAlone) {
+  ScratchDir Dir;
+  Fixture F;
+  std::vector<std::string> Names = NamesOfSeed(5, 2);
+  Spit(Dir.Path(Names[0]), "not ours");
+  MsOutputStream::SeedGenerator(5);
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("t.txt"));
+  ASSERT_TRUE(File);
+  EXPECT_EQ(TempFilesIn(Dir.Root()),
+            (std::set<std::string>{Names[0], Names[1]}));
+  File->Stream() << "ours";
+  EXPECT_TRUE(File->Close());
+  EXPECT_EQ(Slurp(Dir.Path(Names[0])), "not ours");
+  EXPECT_EQ(Slurp(Dir.Path("t.txt")), "ours");
+  EXPECT_EQ(NamesIn(Dir.Root()), (std::set<std::string>{Names[0], "t.txt"}));
+}
+
+TEST(MsOutputStreamTempTest, MissingFolderGivesMs003) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("nofolder/out.txt");
+  EXPECT_FALSE(MsOutputStream::Open(F.Console, Kind::Temp, Target));
+  EXPECT_EQ(F.Err.str(), Expected("Ms003", "could not open file", Target));
+  EXPECT_EQ(F.Console.ErrorCount(), 1u);
+  EXPECT_TRUE(NamesIn(Dir.Root()).empty());
+}
+
+TEST(MsOutputStreamTempTest, FolderUnderARegularFileGivesMs003) {
+  ScratchDir Dir;
+  Fixture F;
+  Spit(Dir.Path("plain"), "a file");
+  const std::string Target = Dir.Path("plain/out.txt");
+  EXPECT_FALSE(MsOutputStream::Open(F.Console, Kind::Temp, Target));
+  EXPECT_EQ(F.Err.str(), Expected("Ms003", "could not open file", Target));
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"plain"});
+}
+
+TEST(MsOutputStreamTempTest, UnwritableFolderGivesMs003AndKeepsTheTarget) {
+  if (::geteuid() == 0)
+    GTEST_SKIP() << "permissions do not stop root";
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("out.txt");
+  Spit(Target, "old\n");
+  ASSERT_EQ(::chmod(Dir.Root().c_str(), 0500), 0);
+  EXPECT_FALSE(MsOutputStream::Open(F.Console, Kind::Temp, Target));
+  ::chmod(Dir.Root().c_str(), 0700);
+  EXPECT_EQ(F.Err.str(), Expected("Ms003", "could not open file", Target));
+  EXPECT_EQ(Slurp(Target), "old\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+}
+
+TEST(MsOutputStreamTempTest, EmptyPathAndFolderGiveMs006) {
+  ScratchDir Dir;
+  Fixture F;
+  EXPECT_FALSE(MsOutputStream::Open(F.Console, Kind::Temp, ""));
+  EXPECT_FALSE(MsOutputStream::Open(F.Console, Kind::Volatile, Dir.Root()));
+  EXPECT_EQ(F.Err.str(), "Error[Ms006]: illegal path \"\"\n"
+                         "Error[Ms006]: illegal path \"" +
+                             Dir.Root() + "\"\n");
+  EXPECT_EQ(F.Console.ErrorCount(), 2u);
+  EXPECT_TRUE(std::filesystem::is_directory(Dir.Root()));
+  EXPECT_TRUE(NamesIn(Dir.Root()).empty());
+}
+
+//===----------------------------------------------------------------------===//
+// Devices: written in place, never removed or replaced
+//===----------------------------------------------------------------------===//
+
+TEST(MsOutputStreamDeviceTest, FullDeviceGivesMs005AndStaysADevice) {
+  if (!IsCharacterDevice("/dev/full"))
+    GTEST_SKIP() << "no /dev/full";
+  Fixture F;
+  std::set<std::string> Before = TempFilesIn("/dev");
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, "/dev/full");
+  ASSERT_TRUE(File);
+  EXPECT_EQ(TempFilesIn("/dev"), Before);
+  File->Stream() << "a short text\n";
+  EXPECT_FALSE(File->Close());
+  EXPECT_EQ(F.Err.str(),
+            Expected("Ms005", "problem closing file", "/dev/full"));
+  EXPECT_TRUE(IsCharacterDevice("/dev/full"));
+  EXPECT_EQ(TempFilesIn("/dev"), Before);
+}
+
+TEST(MsOutputStreamDeviceTest, FullDeviceGivesMs004ForALongText) {
+  if (!IsCharacterDevice("/dev/full"))
+    GTEST_SKIP() << "no /dev/full";
+  Fixture F;
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, "/dev/full");
+  ASSERT_TRUE(File);
+  File->Stream() << std::string(100000, 'z');
+  EXPECT_FALSE(File->Close());
+  EXPECT_EQ(F.Err.str(),
+            Expected("Ms004", "problem writing to file", "/dev/full"));
+  EXPECT_TRUE(IsCharacterDevice("/dev/full"));
+}
+
+TEST(MsOutputStreamDeviceTest, NullDeviceIsWrittenAndKept) {
+  if (!IsCharacterDevice("/dev/null"))
+    GTEST_SKIP() << "no /dev/null";
+  Fixture F;
+  for (Kind K : {Kind::Temp, Kind::Volatile}) {
+    auto File = MsOutputStream::Open(F.Console, K, "/dev/null");
+    ASSERT_TRUE(File);
+    File->Stream() << "gone\n";
+    EXPECT_TRUE(File->Close());
+    EXPECT_TRUE(IsCharacterDevice("/dev/null"));
+  }
+  EXPECT_EQ(F.Err.str(), "");
+  EXPECT_EQ(F.Written(), (std::vector<std::string>{"/dev/null", "/dev/null"}));
+}
+
+TEST(MsOutputStreamDeviceTest, VolatileFullDeviceIsNotRemoved) {
+  if (!IsCharacterDevice("/dev/full"))
+    GTEST_SKIP() << "no /dev/full";
+  Fixture F;
+  auto File = MsOutputStream::Open(F.Console, Kind::Volatile, "/dev/full");
+  ASSERT_TRUE(File);
+  File->Stream() << "x";
+  EXPECT_FALSE(File->Close());
+  EXPECT_EQ(F.Err.str(),
+            Expected("Ms005", "problem closing file", "/dev/full"));
+  EXPECT_TRUE(IsCharacterDevice("/dev/full"));
+}
+
+//===----------------------------------------------------------------------===//
+// Volatile files
+//===----------------------------------------------------------------------===//
+
+TEST(MsOutputStreamVolatileTest, WritesTheTargetInPlace) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("v.txt");
+  Spit(Target, "old contents\n");
+  auto File = MsOutputStream::Open(F.Console, Kind::Volatile, Target);
+  ASSERT_TRUE(File);
+  EXPECT_EQ(Slurp(Target), "");
+  File->Stream() << "new\n";
+  EXPECT_TRUE(File->Close());
+  EXPECT_EQ(Slurp(Target), "new\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"v.txt"});
+  EXPECT_EQ(F.Written(), std::vector<std::string>{Target});
+}
+
+TEST(MsOutputStreamVolatileTest, FailedStreamGivesMs004AndRemovesTheTarget) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("v.txt");
+  Spit(Target, "old\n");
+  auto File = MsOutputStream::Open(F.Console, Kind::Volatile, Target);
+  ASSERT_TRUE(File);
+  File->Stream() << "half";
+  File->Stream().setstate(std::ios_base::badbit);
+  EXPECT_FALSE(File->Close());
+  EXPECT_EQ(F.Err.str(), Expected("Ms004", "problem writing to file", Target));
+  EXPECT_TRUE(NamesIn(Dir.Root()).empty());
+  EXPECT_TRUE(F.Written().empty());
+}
+
+TEST(MsOutputStreamVolatileTest, FailedFlushGivesMs005AndRemovesTheTarget) {
+  ScratchDir Dir;
+  const std::string Target = Dir.Path("v.txt");
+  pid_t Child = ::fork();
+  ASSERT_GE(Child, 0);
+  if (Child == 0) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit Limit = {10, 10};
+    if (::setrlimit(RLIMIT_FSIZE, &Limit) != 0)
+      ::_exit(10);
+    Fixture F;
+    auto File = MsOutputStream::Open(F.Console, Kind::Volatile, Target);
+    if (!File)
+      ::_exit(11);
+    File->Stream() << std::string(100, 'y');
+    if (File->Close())
+      ::_exit(12);
+    if (F.Err.str() != Expected("Ms005", "problem closing file", Target))
+      ::_exit(13);
+    ::_exit(0);
+  }
+  int Status = 0;
+  ASSERT_EQ(::waitpid(Child, &Status, 0), Child);
+  ASSERT_TRUE(WIFEXITED(Status));
+  EXPECT_EQ(WEXITSTATUS(Status), 0);
+  EXPECT_TRUE(NamesIn(Dir.Root()).empty());
+}
+
+TEST(MsOutputStreamVolatileTest, AbandonedFileIsRemoved) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("v.txt");
+  {
+    auto File = MsOutputStream::Open(F.Console, Kind::Volatile, Target);
+    ASSERT_TRUE(File);
+    File->Stream() << "half";
+  }
+  EXPECT_TRUE(NamesIn(Dir.Root()).empty());
+  EXPECT_EQ(F.Err.str(), "");
+}
+
+TEST(MsOutputStreamVolatileTest, MissingFolderGivesMs003) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("no/v.txt");
+  EXPECT_FALSE(MsOutputStream::Open(F.Console, Kind::Volatile, Target));
+  EXPECT_EQ(F.Err.str(), Expected("Ms003", "could not open file", Target));
+}
+
+//===----------------------------------------------------------------------===//
+// The console
+//===----------------------------------------------------------------------===//
+
+TEST(MsOutputStreamConsoleTest, WritesToStandardOutput) {
+  Fixture F;
+  std::ostringstream Captured;
+  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  auto File = MsOutputStream::Open(F.Console, Kind::Console, "-");
+  ASSERT_TRUE(File);
+  EXPECT_EQ(File->Path(), "-");
+  File->Stream() << "to the console\n";
+  bool Written = File->Close();
+  std::cout.rdbuf(Saved);
+  EXPECT_TRUE(Written);
+  EXPECT_EQ(Captured.str(), "to the console\n");
+  EXPECT_TRUE(F.Written().empty());
+  EXPECT_EQ(F.Err.str(), "");
+}
+
+TEST(MsOutputStreamConsoleTest, FailedStreamGivesMs004) {
+  Fixture F;
+  std::ostringstream Captured;
+  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  auto File = MsOutputStream::Open(F.Console, Kind::Console, "-");
+  File->Stream().setstate(std::ios_base::badbit);
+  bool Written = File->Close();
+  std::cout.rdbuf(Saved);
+  EXPECT_FALSE(Written);
+  EXPECT_EQ(F.Err.str(), Expected("Ms004", "problem writing to file", "-"));
+  // The failure stayed with the file.
+  EXPECT_TRUE(std::cout.good());
+}
+
+TEST(MsOutputStreamConsoleTest, BinaryModeIsAnInternalFailure) {
+  ThrowingFailureScope Scope;
+  Fixture F;
+  try {
+    MsOutputStream::Open(F.Console, Kind::Console, "-", Mode::Binary);
+    FAIL() << "opened";
+  } catch (const InternalFailure &E) {
+    EXPECT_STREQ(E.what(), "MsOutputStream: console opened in non-text mode");
+  }
+}
+
+} // namespace
