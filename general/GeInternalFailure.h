@@ -13,7 +13,8 @@ using GeInternalFailureHandler = void (*)(const std::string &Text);
 
 /// Installs Handler as the process-wide internal-failure handler and returns
 /// the previous one. A null Handler restores the default.
-GeInternalFailureHandler GeSetInternalFailureHandler(GeInternalFailureHandler Handler);
+GeInternalFailureHandler
+GeSetInternalFailureHandler(GeInternalFailureHandler Handler);
 
 /// Reports Text through the installed handler and ends the process with exit
 /// status 1 should the handler return. A handler may throw instead (tests do);

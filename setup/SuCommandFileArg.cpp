@@ -8,7 +8,8 @@
 #include <boost/filesystem/path.hpp>
 
 SuCommandFileArg::SuCommandFileArg()
-    : ClCommandFileArg('f', "", "file", "Read command line options from file") {}
+    : ClCommandFileArg('f', "", "file", "Read command line options from file") {
+}
 
 std::string SuCommandFileArg::FileName(const std::string &Parameter) const {
   if (boost::filesystem::path(Parameter).extension().empty())
@@ -21,8 +22,8 @@ SuCommandFileArg::Open(const std::string &Name) const {
   boost::system::error_code Error;
   if (boost::filesystem::is_directory(Name, Error))
     return nullptr;
-  auto Stream = std::make_unique<GeUnicode::InFileStream>(
-      GeUnicode::Utf8ToUtf16(Name));
+  auto Stream =
+      std::make_unique<GeUnicode::InFileStream>(GeUnicode::Utf8ToUtf16(Name));
   if (!Stream->IsOpen())
     return nullptr;
   MsGetConsole().AnnounceFile(Name);

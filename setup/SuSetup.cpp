@@ -386,7 +386,8 @@ SuRunResult SuSetupRun(int Argc, char **Argv, SuToolOptions &ToolOptions,
     std::vector<std::unique_ptr<SuSetupContinuation>> Links;
     SuContinuation *Next = &Target;
     for (auto It = Systems.rbegin(); It != Systems.rend(); ++It) {
-      Links.push_back(std::make_unique<SuSetupContinuation>(**It, Setup, *Next));
+      Links.push_back(
+          std::make_unique<SuSetupContinuation>(**It, Setup, *Next));
       Next = Links.back().get();
     }
     SuConsoleSubSystem ConsoleSystem;

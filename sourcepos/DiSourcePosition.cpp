@@ -8,8 +8,8 @@
 
 DiFile::DiFile(std::string Path, std::uint32_t Value1, std::uint32_t Value2,
                std::uint32_t Value3)
-    : FilePath(std::move(Path)), DisplayName(FilePath),
-      Values{Value1, Value2, Value3} {}
+    : FilePath(std::move(Path)),
+      DisplayName(FilePath), Values{Value1, Value2, Value3} {}
 
 DiSourceLineSequence::~DiSourceLineSequence() = default;
 DiSourceLineSequence::Builder::~Builder() = default;
@@ -108,11 +108,9 @@ bool OgSourceLineSequence::IsAtEnd(std::uint32_t Index) const {
 
 bool OgSourceLineSequence::LineText(std::uint32_t Index,
                                     std::string &Text) const {
-  auto It = std::lower_bound(
-      Texts.begin(), Texts.end(), Index,
-      [](const std::pair<std::uint32_t, std::string> &P, std::uint32_t I) {
-        return P.first < I;
-      });
+  auto It = std::lower_bound(Texts.begin(), Texts.end(), Index,
+                             [](const std::pair<std::uint32_t, std::string> &P,
+                                std::uint32_t I) { return P.first < I; });
   if (It == Texts.end() || It->first != Index)
     return false;
   Text = It->second;
@@ -137,11 +135,9 @@ void OgSourceLineSequence::Builder::EndFile(std::uint32_t LineCount) {
 
 void OgSourceLineSequence::Builder::SetLineText(std::uint32_t Index,
                                                 std::string Text) {
-  auto It = std::lower_bound(
-      Seq.Texts.begin(), Seq.Texts.end(), Index,
-      [](const std::pair<std::uint32_t, std::string> &P, std::uint32_t I) {
-        return P.first < I;
-      });
+  auto It = std::lower_bound(Seq.Texts.begin(), Seq.Texts.end(), Index,
+                             [](const std::pair<std::uint32_t, std::string> &P,
+                                std::uint32_t I) { return P.first < I; });
   if (It != Seq.Texts.end() && It->first == Index)
     It->second = std::move(Text);
   else

@@ -109,7 +109,8 @@ private:
 
 /// A stretch of source from Start to End (both inclusive).
 struct DiSourceRange {
-  DiSourceRange() : Start(DiSourcePosition::sNone), End(DiSourcePosition::sNone) {}
+  DiSourceRange()
+      : Start(DiSourcePosition::sNone), End(DiSourcePosition::sNone) {}
   explicit DiSourceRange(const DiSourcePosition &Pos) : Start(Pos), End(Pos) {}
   DiSourceRange(const DiSourcePosition &From, const DiSourcePosition &To)
       : Start(From), End(To) {}

@@ -22,9 +22,9 @@ constexpr char UsageText[] =
 constexpr char DefaultOutput[] = "ruvex_sel_checks.txt";
 
 const SuBannerInputs &Banner() {
-  static const SuBannerInputs Inputs{"Ruvex Check Selector", "", "",
-                                     "1.1.3.53",
-                                     "Copyright 2014 - 2015 Zoraxis Software AB."};
+  static const SuBannerInputs Inputs{
+      "Ruvex Check Selector", "", "", "1.1.3.53",
+      "Copyright 2014 - 2015 Zoraxis Software AB."};
   return Inputs;
 }
 
@@ -51,17 +51,19 @@ public:
     Root.Add(std::make_unique<ClOnce>(Output));
     Root.Add(std::make_unique<ClOnce>(Manifest));
     Root.Add(std::make_unique<ClOnce>(All));
-    CheckParser = &Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(Check));
+    CheckParser =
+        &Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(Check));
     DefaultParser =
         &Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(Default));
-    GroupParser = &Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(Group));
+    GroupParser =
+        &Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(Group));
     PackageParser =
         &Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(Package));
 
     Next.Continue();
 
-    Request.ManifestPath = Manifest.IsGiven() ? Manifest.Value()
-                                              : DefaultManifestPath();
+    Request.ManifestPath =
+        Manifest.IsGiven() ? Manifest.Value() : DefaultManifestPath();
     Request.OutputPath = Output.IsGiven() ? Output.Value() : DefaultOutput;
     // The console applies its options (dependency lists among them) after
     // this system, so the lists learn their target here.

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <random>
 #include <sstream>
@@ -369,15 +370,32 @@ TEST(MsOutputStreamTempTest, FolderUnderARegularFileGivesMs003) {
   EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"plain"});
 }
 
+/// Drops the effective user to "nobody" for its lifetime when the test runs
+/// as root, so that file permissions apply to it.
+class UnprivilegedScope {
+public:
+  UnprivilegedScope() : Dropped(::geteuid() == 0 && ::seteuid(65534) == 0) {}
+  ~UnprivilegedScope() {
+    if (Dropped && ::seteuid(0) != 0)
+      std::abort();
+  }
+  UnprivilegedScope(const UnprivilegedScope &) = delete;
+  UnprivilegedScope &operator=(const UnprivilegedScope &) = delete;
+
+private:
+  bool Dropped;
+};
+
 TEST(MsOutputStreamTempTest, UnwritableFolderGivesMs003AndKeepsTheTarget) {
-  if (::geteuid() == 0)
-    GTEST_SKIP() << "permissions do not stop root";
   ScratchDir Dir;
   Fixture F;
   const std::string Target = Dir.Path("out.txt");
   Spit(Target, "old\n");
-  ASSERT_EQ(::chmod(Dir.Root().c_str(), 0500), 0);
-  EXPECT_FALSE(MsOutputStream::Open(F.Console, Kind::Temp, Target));
+  ASSERT_EQ(::chmod(Dir.Root().c_str(), 0555), 0);
+  {
+    UnprivilegedScope AsNobody;
+    EXPECT_FALSE(MsOutputStream::Open(F.Console, Kind::Temp, Target));
+  }
   ::chmod(Dir.Root().c_str(), 0700);
   EXPECT_EQ(F.Err.str(), Expected("Ms003", "could not open file", Target));
   EXPECT_EQ(Slurp(Target), "old\n");

@@ -82,8 +82,8 @@ TEST_F(ChkselTest, PassesRunInTheirFixedOrder) {
 }
 
 TEST_F(ChkselTest, CheckGivenTwiceGathersAllNames) {
-  RunResult R = RunHere(
-      {"--manifest=m.txt", "--check=Gamma,beta", "--check", "alpha", "--output=-"});
+  RunResult R = RunHere({"--manifest=m.txt", "--check=Gamma,beta", "--check",
+                         "alpha", "--output=-"});
   EXPECT_EQ(R.Status, 0);
   EXPECT_EQ(R.Out, "Alpha\nBeta\nGamma\n");
 }
@@ -114,13 +114,12 @@ TEST_F(ChkselTest, UnwritableOutputIsReported) {
   RunResult R =
       RunHere({"--manifest=m.txt", "--all", "--output=no/such/dir/x.txt"});
   EXPECT_EQ(R.Status, 2);
-  EXPECT_EQ(R.Err,
-            "Error[Lc002]: could not open file \"no/such/dir/x.txt\"\n");
+  EXPECT_EQ(R.Err, "Error[Lc002]: could not open file \"no/such/dir/x.txt\"\n");
 }
 
 TEST_F(ChkselTest, FullDeviceIsAWriteError) {
-  RunResult R = RunHere({"--manifest=m.txt", "--all", "--check=alpha",
-                         "--output=/dev/full"});
+  RunResult R = RunHere(
+      {"--manifest=m.txt", "--all", "--check=alpha", "--output=/dev/full"});
   EXPECT_EQ(R.Status, 2);
   EXPECT_EQ(R.Err, "Error[Ms004]: problem writing to file \"/dev/full\"\n");
 }
@@ -161,15 +160,17 @@ TEST_F(ChkselTest, UnknownOptionsAreReportedTogether) {
   RunResult R = RunHere({"--bogus", "--all", "-z"});
   EXPECT_EQ(R.Status, 2);
   EXPECT_EQ(R.Out, "");
-  EXPECT_EQ(R.Err,
-            "Command line error: Unexpected command line arguments: --bogus -z\n");
+  EXPECT_EQ(
+      R.Err,
+      "Command line error: Unexpected command line arguments: --bogus -z\n");
 }
 
 TEST_F(ChkselTest, PositionalArgumentIsRefused) {
   RunResult R = RunHere({"--all", "source.c"});
   EXPECT_EQ(R.Status, 2);
-  EXPECT_EQ(R.Err,
-            "Command line error: Unexpected command line arguments: source.c\n");
+  EXPECT_EQ(
+      R.Err,
+      "Command line error: Unexpected command line arguments: source.c\n");
   EXPECT_FALSE(Exists(Dir.Path("ruvex_sel_checks.txt")));
 }
 
@@ -217,7 +218,8 @@ TEST_F(ChkselTest, UnknownDiagnosticTagIsAWarning) {
 }
 
 TEST_F(ChkselTest, WarningsAffectExitCode) {
-  RunResult R = RunHere({"--diag_warning=Ms999", "--warnings_affect_exit_code"});
+  RunResult R =
+      RunHere({"--diag_warning=Ms999", "--warnings_affect_exit_code"});
   EXPECT_EQ(R.Status, 1);
   EXPECT_EQ(R.Err, "Warning[Ms001]: diagnostic tag \"Ms999\" does not exist\n");
 }
@@ -302,8 +304,9 @@ TEST_F(ChkselTest, HelpPrintsBannerUsageAndOptionsAndDoesNoWork) {
 TEST_F(ChkselTest, HelpWithoutFakeSignOnShowsTheVersion) {
   RunResult R = RunHere({"--help"});
   EXPECT_EQ(R.Status, 0);
-  EXPECT_EQ(R.Out.substr(0, 79), "\nZOR Ruvex Check Selector V1.1.3.53\n"
-                                 "Copyright 2014 - 2015 Zoraxis Software AB.\n");
+  EXPECT_EQ(R.Out.substr(0, 79),
+            "\nZOR Ruvex Check Selector V1.1.3.53\n"
+            "Copyright 2014 - 2015 Zoraxis Software AB.\n");
 }
 
 TEST_F(ChkselTest, DiagnosticsTablesDumpListsEveryTag) {
@@ -365,9 +368,11 @@ TEST_F(ChkselTest, NoWrapKeepsALongMessageOnOneLine) {
   RunResult Wrapped = RunHere({"--manifest=" + Long, "--all"});
   EXPECT_EQ(Wrapped.Status, 2);
   EXPECT_EQ(Wrapped.Err, "Error[Lc002]: could not open file\n"
-                         "          \"" + Long + "\"\n");
+                         "          \"" +
+                             Long + "\"\n");
 
-  RunResult R = RunHere({"--no_wrap_diagnostics", "--manifest=" + Long, "--all"});
+  RunResult R =
+      RunHere({"--no_wrap_diagnostics", "--manifest=" + Long, "--all"});
   EXPECT_EQ(R.Status, 2);
   EXPECT_EQ(R.Err, "Error[Lc002]: could not open file \"" + Long + "\"\n");
 }
@@ -426,7 +431,8 @@ protected:
 TEST_F(DefaultManifestTest, FoundBesideTheProgramFolder) {
   RunOptions Options;
   Options.Cwd = Tree.Path("elsewhere");
-  RunResult R = e2e::Run(Tree.Path("bin/chksel"), {"--all", "--output=-"}, Options);
+  RunResult R =
+      e2e::Run(Tree.Path("bin/chksel"), {"--all", "--output=-"}, Options);
   EXPECT_EQ(R.Status, 0);
   EXPECT_EQ(R.Err, "");
   EXPECT_EQ(R.Out, "FromTree\n");
@@ -436,7 +442,8 @@ TEST_F(DefaultManifestTest, RelativeProgramPathIsUsedAsItStands) {
   RunOptions Options;
   Options.Cwd = Tree.Root().string();
   Options.Argv0 = "bin/chksel";
-  RunResult R = e2e::Run(Tree.Path("bin/chksel"), {"--all", "--output=-"}, Options);
+  RunResult R =
+      e2e::Run(Tree.Path("bin/chksel"), {"--all", "--output=-"}, Options);
   EXPECT_EQ(R.Status, 0);
   EXPECT_EQ(R.Out, "FromTree\n");
 }
@@ -445,7 +452,8 @@ TEST_F(DefaultManifestTest, BareProgramNameLooksBesideTheCurrentDirectory) {
   RunOptions Options;
   Options.Argv0 = "chksel";
   Options.Cwd = Tree.Path("bin");
-  RunResult Found = e2e::Run(Tree.Path("bin/chksel"), {"--all", "--output=-"}, Options);
+  RunResult Found =
+      e2e::Run(Tree.Path("bin/chksel"), {"--all", "--output=-"}, Options);
   EXPECT_EQ(Found.Status, 0);
   EXPECT_EQ(Found.Out, "FromTree\n");
 

@@ -69,7 +69,8 @@ TEST_F(ConsoleOptionsTest, DiagOptionsApplyInCommandLineOrder) {
   EXPECT_EQ(R.Err, "Error[Ms001]: diagnostic tag \"Zz1\" does not exist\n");
   EXPECT_EQ(R.Status, 2);
 
-  RunResult Suppressed = RunHere({"--diag_suppress=Ms001", "--diag_warning=Zz1"});
+  RunResult Suppressed =
+      RunHere({"--diag_suppress=Ms001", "--diag_warning=Zz1"});
   EXPECT_EQ(Suppressed.Err, "");
   EXPECT_EQ(Suppressed.Status, 0);
 
@@ -79,7 +80,8 @@ TEST_F(ConsoleOptionsTest, DiagOptionsApplyInCommandLineOrder) {
 
   RunResult Shown =
       RunHere({"--remarks", "--diag_remark=Ms001", "--diag_warning=Zz1"});
-  EXPECT_EQ(Shown.Err, "Remark[Ms001]: diagnostic tag \"Zz1\" does not exist\n");
+  EXPECT_EQ(Shown.Err,
+            "Remark[Ms001]: diagnostic tag \"Zz1\" does not exist\n");
   EXPECT_EQ(Shown.Status, 0);
 }
 
@@ -118,7 +120,8 @@ TEST_F(ConsoleOptionsTest, DefaultErrorLimitIsAHundred) {
   std::string Tags;
   for (int I = 1; I <= 99; ++I)
     Tags += (Tags.empty() ? "Xx" : ",Xx") + std::to_string(I);
-  RunResult Below = RunHere({"--warnings_are_errors", "--diag_warning=" + Tags});
+  RunResult Below =
+      RunHere({"--warnings_are_errors", "--diag_warning=" + Tags});
   EXPECT_EQ(Below.Err.find("Error limit reached"), std::string::npos);
   EXPECT_EQ(Below.Status, 2);
 

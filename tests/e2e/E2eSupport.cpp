@@ -114,6 +114,9 @@ RunResult Run(const std::string &Program, const std::vector<std::string> &Args,
     dup2(Err, 2);
     if (!Options.Cwd.empty() && chdir(Options.Cwd.c_str()) != 0)
       _exit(126);
+    if (Options.Unprivileged && geteuid() == 0 &&
+        (setgid(65534) != 0 || setuid(65534) != 0))
+      _exit(126);
     if (Options.AddressSpaceLimit) {
       rlimit Limit{Options.AddressSpaceLimit, Options.AddressSpaceLimit};
       setrlimit(RLIMIT_AS, &Limit);

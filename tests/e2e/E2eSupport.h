@@ -47,6 +47,9 @@ struct RunOptions {
   std::string Stdin;
   /// Limit of the address space in bytes (0: none).
   unsigned long long AddressSpaceLimit = 0;
+  /// Run as the unprivileged user "nobody" (65534) when started as root, so
+  /// that file permissions apply.
+  bool Unprivileged = false;
 };
 
 /// Runs Program with Args and waits for it.
