@@ -1,17 +1,23 @@
-// Times a program as a whole process: chksel_proctime runs it several times
-// with fork and exec and prints the median and minimum wall-clock time, the
-// median CPU time and the peak resident memory of the runs.
+// Times programs as whole processes: chksel_proctime runs each given command
+// several times with fork and exec and prints, per command, the median and
+// minimum wall-clock time, the median CPU time and the peak resident memory.
 //
-//   chksel_proctime [--runs=N] [--warmup=N] [--stdout=FILE] -- PROGRAM ARGS...
+//   chksel_proctime [--runs=N] [--warmup=N] [--stdout=FILE]
+//                   -- COMMAND [--- COMMAND]...
+//   COMMAND: [--stdout=FILE] PROGRAM ARGS...
 //
-// Every run starts with a fresh standard output: FILE opened for writing and
-// truncated (default /dev/null); standard input is /dev/null, standard error
-// is inherited. The warm-up runs (default 1) are not timed. Any run that does
-// not exit with status 0 stops the measurement with status 1. The result is
-// one line of key=value pairs on standard output:
+// The commands take turns: each round runs every command once, in the order
+// given, so that a machine whose speed drifts (other work starting or
+// stopping) slows all of them alike. The warm-up rounds (default 1) are not
+// timed; then come N timed rounds (default 7). Every run starts with a fresh
+// standard output: its FILE opened for writing and truncated (a command's own
+// --stdout, else the one before "--", else /dev/null); standard input is
+// /dev/null, standard error is inherited. Any run that does not exit with
+// status 0 stops the measurement with status 1. The result is one line of
+// key=value pairs per command on standard output, in the order given:
 //
-//   runs=21 median_ms=3.120 min_ms=2.980 max_ms=3.900 cpu_median_ms=2.810
-//   peak_rss_kib=4604 peak_rss_max_kib=4620
+//   cmd=1 runs=21 median_ms=3.120 min_ms=2.980 max_ms=3.900
+//   cpu_median_ms=2.810 peak_rss_kib=4604 peak_rss_max_kib=4620
 //
 // The wall-clock time is CLOCK_MONOTONIC from just before fork to the return
 // of wait4. CPU time (user + system) and peak resident memory come from the
@@ -20,10 +26,10 @@
 // one program varies by a few pages from run to run, and the median is not
 // thrown off by a single absurd ru_maxrss (a virtual machine's kernel once
 // answered 44 GiB for a run that peaked at 4.6 MB). The kernel counts into
-// ru_maxrss what the child held between fork and exec, a copy of this program's
-// own anonymous memory, which is why this program allocates little and nothing
-// large before it forks: the floor it adds is well under the peak of any
-// dynamically linked program (the peak of /bin/true measures it).
+// ru_maxrss what the child held between fork and exec, a copy of this
+// program's own anonymous memory, which is why this program allocates little
+// and nothing large before it forks: the floor it adds is well under the peak
+// of any dynamically linked program (the peak of /bin/true measures it).
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -40,25 +46,32 @@
 
 namespace {
 
-/// What one run measured.
-struct RunResult {
-  double WallMs = 0;
-  double CpuMs = 0;
-  long PeakRssKiB = 0;
+/// One command to time: its standard output and its argument vector (a
+/// null-terminated slice of the program's own argv).
+struct Command {
+  const char *StdoutPath = nullptr;
+  std::vector<char *> Argv;
 };
 
 /// What the command line asked for.
 struct Options {
   unsigned Runs = 7;
   unsigned Warmup = 1;
-  const char *StdoutPath = "/dev/null";
-  char **Program = nullptr;
+  std::vector<Command> Commands;
+};
+
+/// What the timed runs of one command measured.
+struct Samples {
+  std::vector<double> WallMs;
+  std::vector<double> CpuMs;
+  std::vector<long> PeakRssKiB;
 };
 
 [[noreturn]] void Usage(const char *Problem) {
   std::fprintf(stderr,
                "chksel_proctime: %s\nusage: chksel_proctime [--runs=N] "
-               "[--warmup=N] [--stdout=FILE] -- PROGRAM ARGS...\n",
+               "[--warmup=N] [--stdout=FILE] -- COMMAND [--- COMMAND]...\n"
+               "  COMMAND: [--stdout=FILE] PROGRAM ARGS...\n",
                Problem);
   std::exit(2);
 }
@@ -78,10 +91,22 @@ bool ParseCount(const char *Arg, const char *Prefix, unsigned &Count) {
   return true;
 }
 
+/// The file named by a --stdout=FILE argument, or null.
+const char *StdoutOption(const char *Arg) {
+  if (std::strncmp(Arg, "--stdout=", 9) != 0)
+    return nullptr;
+  if (Arg[9] == '\0')
+    Usage("--stdout needs a file");
+  return Arg + 9;
+}
+
 Options ParseOptions(int Argc, char **Argv) {
   Options Result;
+  const char *DefaultStdout = "/dev/null";
   int I = 1;
-  for (; I < Argc; ++I) {
+  for (;; ++I) {
+    if (I >= Argc)
+      Usage("no command given");
     const char *Arg = Argv[I];
     if (std::strcmp(Arg, "--") == 0) {
       ++I;
@@ -90,17 +115,32 @@ Options ParseOptions(int Argc, char **Argv) {
     if (ParseCount(Arg, "--runs=", Result.Runs) ||
         ParseCount(Arg, "--warmup=", Result.Warmup))
       continue;
-    if (std::strncmp(Arg, "--stdout=", 9) == 0 && Arg[9] != '\0') {
-      Result.StdoutPath = Arg + 9;
+    if (const char *Path = StdoutOption(Arg)) {
+      DefaultStdout = Path;
       continue;
     }
     Usage("unknown option");
   }
-  if (I >= Argc)
-    Usage("no program given");
   if (Result.Runs == 0)
     Usage("at least one run is needed");
-  Result.Program = Argv + I;
+  while (I < Argc) {
+    Command Cmd;
+    Cmd.StdoutPath = DefaultStdout;
+    if (const char *Path = StdoutOption(Argv[I])) {
+      Cmd.StdoutPath = Path;
+      ++I;
+    }
+    for (; I < Argc && std::strcmp(Argv[I], "---") != 0; ++I)
+      Cmd.Argv.push_back(Argv[I]);
+    if (Cmd.Argv.empty())
+      Usage("a command has no program");
+    Cmd.Argv.push_back(nullptr);
+    Result.Commands.push_back(std::move(Cmd));
+    if (I < Argc && ++I == Argc)
+      Usage("no command after ---");
+  }
+  if (Result.Commands.empty())
+    Usage("no command given");
   return Result;
 }
 
@@ -116,20 +156,21 @@ double Milliseconds(const struct timeval &Time) {
 
 /// In the child: sets up the standard streams and replaces the process with
 /// the program. Only async-signal-safe calls, since this runs after fork.
-[[noreturn]] void ExecChild(const Options &Opts) {
+[[noreturn]] void ExecChild(const Command &Cmd) {
   int In = open("/dev/null", O_RDONLY);
-  int Out = open(Opts.StdoutPath, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  int Out = open(Cmd.StdoutPath, O_WRONLY | O_CREAT | O_TRUNC, 0666);
   if (In < 0 || Out < 0 || dup2(In, 0) < 0 || dup2(Out, 1) < 0)
     _exit(126);
   close(In);
   close(Out);
-  execvp(Opts.Program[0], Opts.Program);
+  execvp(Cmd.Argv[0], Cmd.Argv.data());
   _exit(127);
 }
 
-/// Runs the program once and waits for it; exits with status 1 when it
-/// cannot be started or does not end with status 0.
-RunResult RunOnce(const Options &Opts) {
+/// Runs the command once and waits for it; adds what it measured to Into
+/// when that is not null. Exits with status 1 when the command cannot be
+/// started or does not end with status 0.
+void RunOnce(const Command &Cmd, Samples *Into) {
   struct timespec Start, Stop;
   clock_gettime(CLOCK_MONOTONIC, &Start);
   pid_t Child = fork();
@@ -138,7 +179,7 @@ RunResult RunOnce(const Options &Opts) {
     std::exit(1);
   }
   if (Child == 0)
-    ExecChild(Opts);
+    ExecChild(Cmd);
   int Status = 0;
   struct rusage Usage;
   std::memset(&Usage, 0, sizeof Usage);
@@ -151,23 +192,25 @@ RunResult RunOnce(const Options &Opts) {
     std::perror("chksel_proctime: wait4");
     std::exit(1);
   }
+  const char *Program = Cmd.Argv[0];
   if (!WIFEXITED(Status) || WEXITSTATUS(Status) != 0) {
     if (WIFEXITED(Status))
       std::fprintf(stderr, "chksel_proctime: %s exited with status %d%s\n",
-                   Opts.Program[0], WEXITSTATUS(Status),
+                   Program, WEXITSTATUS(Status),
                    WEXITSTATUS(Status) == 127   ? " (could not be started)"
                    : WEXITSTATUS(Status) == 126 ? " (could not redirect)"
                                                 : "");
     else
-      std::fprintf(stderr, "chksel_proctime: %s ended by signal %d\n",
-                   Opts.Program[0], WTERMSIG(Status));
+      std::fprintf(stderr, "chksel_proctime: %s ended by signal %d\n", Program,
+                   WTERMSIG(Status));
     std::exit(1);
   }
-  RunResult Result;
-  Result.WallMs = Milliseconds(Start, Stop);
-  Result.CpuMs = Milliseconds(Usage.ru_utime) + Milliseconds(Usage.ru_stime);
-  Result.PeakRssKiB = Usage.ru_maxrss;
-  return Result;
+  if (!Into)
+    return;
+  Into->WallMs.push_back(Milliseconds(Start, Stop));
+  Into->CpuMs.push_back(Milliseconds(Usage.ru_utime) +
+                        Milliseconds(Usage.ru_stime));
+  Into->PeakRssKiB.push_back(Usage.ru_maxrss);
 }
 
 /// The median of Values (the mean of the middle two for an even count).
@@ -183,26 +226,27 @@ template <typename T> T Median(std::vector<T> Values) {
 
 int main(int Argc, char **Argv) {
   Options Opts = ParseOptions(Argc, Argv);
-  std::vector<double> Wall;
-  std::vector<double> Cpu;
-  std::vector<long> PeakRssKiB;
-  Wall.reserve(Opts.Runs);
-  Cpu.reserve(Opts.Runs);
-  PeakRssKiB.reserve(Opts.Runs);
-  for (unsigned I = 0; I < Opts.Warmup; ++I)
-    RunOnce(Opts);
-  for (unsigned I = 0; I < Opts.Runs; ++I) {
-    RunResult Result = RunOnce(Opts);
-    Wall.push_back(Result.WallMs);
-    Cpu.push_back(Result.CpuMs);
-    PeakRssKiB.push_back(Result.PeakRssKiB);
+  std::vector<Samples> Results(Opts.Commands.size());
+  for (Samples &S : Results) {
+    S.WallMs.reserve(Opts.Runs);
+    S.CpuMs.reserve(Opts.Runs);
+    S.PeakRssKiB.reserve(Opts.Runs);
   }
-  std::printf("runs=%u median_ms=%.3f min_ms=%.3f max_ms=%.3f "
-              "cpu_median_ms=%.3f peak_rss_kib=%ld peak_rss_max_kib=%ld\n",
-              Opts.Runs, Median(Wall),
-              *std::min_element(Wall.begin(), Wall.end()),
-              *std::max_element(Wall.begin(), Wall.end()), Median(Cpu),
-              Median(PeakRssKiB),
-              *std::max_element(PeakRssKiB.begin(), PeakRssKiB.end()));
+  for (unsigned Round = 0; Round < Opts.Warmup; ++Round)
+    for (const Command &Cmd : Opts.Commands)
+      RunOnce(Cmd, nullptr);
+  for (unsigned Round = 0; Round < Opts.Runs; ++Round)
+    for (std::size_t C = 0; C < Opts.Commands.size(); ++C)
+      RunOnce(Opts.Commands[C], &Results[C]);
+  for (std::size_t C = 0; C < Results.size(); ++C) {
+    const Samples &S = Results[C];
+    std::printf("cmd=%zu runs=%u median_ms=%.3f min_ms=%.3f max_ms=%.3f "
+                "cpu_median_ms=%.3f peak_rss_kib=%ld peak_rss_max_kib=%ld\n",
+                C + 1, Opts.Runs, Median(S.WallMs),
+                *std::min_element(S.WallMs.begin(), S.WallMs.end()),
+                *std::max_element(S.WallMs.begin(), S.WallMs.end()),
+                Median(S.CpuMs), Median(S.PeakRssKiB),
+                *std::max_element(S.PeakRssKiB.begin(), S.PeakRssKiB.end()));
+  }
   return 0;
 }

@@ -2,27 +2,29 @@
 # Whole-process benchmark of chksel against mawk running the same selection.
 #
 # Builds a Release tree (default build-tool-rel/, or BUILD_DIR) with chksel,
-# the manifest generator and the timing helper chksel_proctime; generates
-# manifests of 1000 and 1000000 records into a temporary folder (removed at
-# the end); then times, as whole processes:
+# the manifest generator, the process timer chksel_proctime and the reader
+# prototype chksel_scanproto; generates manifests of 1000 and 1000000 records
+# into a temporary folder (removed at the end); then times, as whole
+# processes:
 #   - chksel --manifest=F --all --output=OUT  against
-#     mawk -f bench/allchecks.awk F > OUT2, on the bundled sample manifest and
-#     on both generated manifests;
+#     mawk -f bench/allchecks.awk F > OUT2, on the bundled sample manifest
+#     (the Release tree's copy) and on both generated manifests;
 #   - the five-pass run chksel --all --check=... --default=... --group=...
 #     --package=... against mawk -f bench/passes.awk doing the same five
 #     passes in one process, on both generated manifests.
-# The two outputs of every row must be byte-identical, or the script fails.
-# Last, the all-checks run of chksel_scanproto (a bench-only prototype of a
-# block-scanning manifest reader) on the large manifest is timed beside the
-# table, its output compared with chksel's.
+# The outputs of chksel and mawk must be byte-identical in every row, or the
+# script fails. Beside the table, the all-checks run of chksel_scanproto (a
+# bench-only prototype of a block-scanning manifest reader, same output) is
+# timed in the same rounds.
 #
-# Each measurement is one untimed warm-up run (so the page cache is warm),
-# then SMALL_RUNS (default 21) timed runs for the sample and the 1000-record
-# manifest, BIG_RUNS (default 7) for the 1000000-record manifest. The helper
-# forks and execs each run and reads the child's rusage from wait4: wall
-# clock is CLOCK_MONOTONIC around fork..wait4, CPU is user + system time,
-# peak RSS is ru_maxrss (the kernel's high-water mark of the child's resident
-# set, the same figure GNU time prints as %M), median over the runs.
+# Timing: chksel_proctime forks and execs every run and reads the child's
+# rusage from wait4. Wall clock is CLOCK_MONOTONIC around fork..wait4, CPU is
+# user + system time, peak RSS is ru_maxrss (the kernel's high-water mark of
+# the child's resident set, the figure GNU time prints as %M). The commands of
+# a row take turns, one round after the other: one untimed round first (warm
+# page cache), then SMALL_RUNS (default 21) timed rounds for the sample and
+# the 1000-record manifest, BIG_RUNS (default 7) for the large one. Medians
+# over the timed rounds are printed, with the minimum of the wall clock.
 #
 # The machine is shared, so wall-clock figures are noisy: with QUIET_WAIT=S
 # the script waits up to S seconds (checking every 30 s) for the one-minute
@@ -46,13 +48,13 @@ if ! command -v mawk >/dev/null; then
   exit 1
 fi
 
+tools=(chksel chksel_genmanifest chksel_proctime chksel_scanproto)
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release \
   -DCHKSEL_BUILD_BENCH=ON -DCHKSEL_BUILD_TESTS=OFF >&2
-cmake --build "$build" -j2 \
-  --target chksel chksel_genmanifest chksel_proctime chksel_scanproto >&2
+cmake --build "$build" -j2 --target "${tools[@]}" >&2
 
 bin=$build/bin
-for tool in chksel chksel_genmanifest chksel_proctime chksel_scanproto; do
+for tool in "${tools[@]}"; do
   if [[ ! -x $bin/$tool ]]; then
     echo "run-tool-bench.sh: $bin/$tool was not built" \
       "(the bench folder needs Google Benchmark, libbenchmark-dev)" >&2
@@ -67,8 +69,10 @@ trap 'rm -rf "$work"' EXIT
 # mawk's toupper follows LC_CTYPE; chksel compares in the classic locale.
 export LC_ALL=C
 
-"$bin/chksel_genmanifest" 1000 "$work/m-1000.txt"
-"$bin/chksel_genmanifest" "$big_records" "$work/m-$big_records.txt"
+small=$work/m-1000.txt
+big=$work/m-$big_records.txt
+"$bin/chksel_genmanifest" 1000 "$small"
+"$bin/chksel_genmanifest" "$big_records" "$big"
 
 # Names, packages and groups that exist in every generated manifest of at
 # least 1000 records; the check names are given in other cases than in the
@@ -92,42 +96,50 @@ while [[ $quiet_wait -gt 0 ]] &&
 done
 load_start=$(cut -d' ' -f1-3 /proc/loadavg)
 
-# measure RUNS OUT_FILE PROGRAM ARGS...: prints the helper's key=value line.
-measure() {
-  local runs=$1 out=$2
-  shift 2
-  "$bin/chksel_proctime" --runs="$runs" --stdout="$out" -- "$@"
-}
-
-# field NAME LINE: the value of NAME= in a line of the helper.
+# field NAME LINE: the value of NAME= in a line of chksel_proctime.
 field() { sed -n "s/.*\\b$1=\\([^ ]*\\).*/\\1/p" <<<"$2"; }
 
-rows=()
-# row LABEL RECORDS RUNS MANIFEST PASSES: times chksel and mawk on MANIFEST
-# (PASSES empty: the all-checks run) and appends one table row.
-row() {
-  local label=$1 records=$2 runs=$3 manifest=$4 passes=$5
-  local out=$work/chksel.txt out2=$work/mawk.txt c m
-  if [[ -z $passes ]]; then
-    c=$(measure "$runs" /dev/null "$bin/chksel" --manifest="$manifest" \
-      --all --output="$out")
-    m=$(measure "$runs" "$out2" mawk -f "$root/bench/allchecks.awk" \
-      "$manifest")
-  else
-    c=$(measure "$runs" /dev/null "$bin/chksel" --manifest="$manifest" \
-      --all "${five_opts[@]}" --output="$out")
-    m=$(measure "$runs" "$out2" mawk -v "passes=$passes" \
-      -f "$root/bench/passes.awk" "$manifest" "$manifest" "$manifest" \
-      "$manifest" "$manifest")
-  fi
-  if ! cmp -s "$out" "$out2"; then
-    echo "run-tool-bench.sh: $label: chksel and mawk outputs differ" >&2
+same_output() {
+  if ! cmp -s "$2" "$3"; then
+    echo "run-tool-bench.sh: $1: outputs of $2 and $3 differ" >&2
     exit 1
   fi
+}
+
+rows=()
+proto_ms=
+proto_kib=
+# row LABEL RECORDS RUNS MANIFEST [PASSES]: times chksel and mawk on MANIFEST
+# (without PASSES the all-checks run, with the prototype as a third command)
+# and appends one table row.
+row() {
+  local label=$1 records=$2 runs=$3 manifest=$4 passes=${5:-}
+  local out=$work/chksel.txt out2=$work/mawk.txt out3=$work/proto.txt lines
+  if [[ -z $passes ]]; then
+    lines=$("$bin/chksel_proctime" --runs="$runs" -- \
+      "$bin/chksel" --manifest="$manifest" --all --output="$out" --- \
+      --stdout="$out2" mawk -f "$root/bench/allchecks.awk" "$manifest" --- \
+      "$bin/chksel_scanproto" "$manifest" "$out3")
+    same_output "$label" "$out" "$out3"
+    if [[ $manifest == "$big" ]]; then
+      proto_ms=$(field median_ms "$(sed -n 3p <<<"$lines")")
+      proto_kib=$(field peak_rss_kib "$(sed -n 3p <<<"$lines")")
+    fi
+  else
+    lines=$("$bin/chksel_proctime" --runs="$runs" -- \
+      "$bin/chksel" --manifest="$manifest" --all "${five_opts[@]}" \
+      --output="$out" --- \
+      --stdout="$out2" mawk -v "passes=$passes" -f "$root/bench/passes.awk" \
+      "$manifest" "$manifest" "$manifest" "$manifest" "$manifest")
+  fi
+  same_output "$label" "$out" "$out2"
   if [[ ! -s $out ]]; then
     echo "run-tool-bench.sh: $label: nothing was selected" >&2
     exit 1
   fi
+  local c m
+  c=$(sed -n 1p <<<"$lines")
+  m=$(sed -n 2p <<<"$lines")
   rows+=("$(printf '%s|%s|%s|%s|%s|%s|%s|%s|%s|%s|%s' "$label" "$records" \
     "$(field median_ms "$c")" "$(field min_ms "$c")" \
     "$(field median_ms "$m")" "$(field min_ms "$m")" \
@@ -137,22 +149,12 @@ row() {
 }
 
 sample_records=$(awk 'BEGIN { RS = "" } END { print NR }' "$sample")
-row "sample --all" "$sample_records" "$small_runs" "$sample" ""
-row "generated --all" 1000 "$small_runs" "$work/m-1000.txt" ""
-row "generated 5 passes" 1000 "$small_runs" "$work/m-1000.txt" \
-  "$five_passes"
-row "generated --all" "$big_records" "$big_runs" "$work/m-$big_records.txt" ""
-row "generated 5 passes" "$big_records" "$big_runs" \
-  "$work/m-$big_records.txt" "$five_passes"
-big=$work/m-$big_records.txt
-"$bin/chksel" --manifest="$big" --all --output="$work/chksel.txt"
-proto=$(measure "$big_runs" /dev/null "$bin/chksel_scanproto" "$big" \
-  "$work/proto.txt")
-if ! cmp -s "$work/chksel.txt" "$work/proto.txt"; then
-  echo "run-tool-bench.sh: chksel and chksel_scanproto outputs differ" >&2
-  exit 1
-fi
-floor=$(measure "$small_runs" /dev/null /bin/true)
+row "sample --all" "$sample_records" "$small_runs" "$sample"
+row "generated --all" 1000 "$small_runs" "$small"
+row "generated 5 passes" 1000 "$small_runs" "$small" "$five_passes"
+row "generated --all" "$big_records" "$big_runs" "$big"
+row "generated 5 passes" "$big_records" "$big_runs" "$big" "$five_passes"
+floor=$("$bin/chksel_proctime" --runs="$small_runs" -- /bin/true)
 load_end=$(cut -d' ' -f1-3 /proc/loadavg)
 
 echo "chksel whole-process benchmark, $(date -u '+%Y-%m-%d %H:%M UTC')," \
@@ -168,18 +170,19 @@ BEGIN {
     $1, $2, $3, $4, $5, $6, $5 / $3, $7, $8, $9, $10, $11
 }'
 echo
-echo "Runs per row: $small_runs (sample, 1000 records), $big_runs" \
-  "($big_records records), after one untimed run; medians of wall clock," \
-  "CPU (user + system) and peak RSS (ru_maxrss); chksel and mawk outputs" \
-  "byte-identical in every row. Floor of the helper: /bin/true" \
+echo "Rounds per row: $small_runs (sample, 1000 records), $big_runs" \
+  "($big_records records), after one untimed round, chksel and mawk taking" \
+  "turns; medians of wall clock, CPU (user + system) and peak RSS" \
+  "(ru_maxrss); speed-up = mawk median / chksel median; outputs" \
+  "byte-identical in every row. Floor of the timer: /bin/true" \
   "$(field median_ms "$floor") ms, $(field peak_rss_kib "$floor") KiB."
 
 printf '%s\n' "${rows[@]}" | awk -F'|' -v big="$big_records" \
-  -v ms="$(field median_ms "$proto")" -v kib="$(field peak_rss_kib "$proto")" '
+  -v ms="$proto_ms" -v kib="$proto_kib" '
 $1 == "generated --all" && $2 == big {
-  printf "Block-scanning prototype (bench/ScanPrototypeMain.cpp), %s records" \
-    " --all: median %.2f ms, %.1fx mawk, %s KiB peak RSS, same output.\n",
-    big, ms, $5 / ms, kib
+  printf "Block-scanning reader prototype (bench/ScanPrototypeMain.cpp), %s" \
+    " records --all, same rounds: median %.2f ms, %.1fx mawk, %s KiB peak" \
+    " RSS, same output.\n", big, ms, $5 / ms, kib
 }'
 
 # Targets: the sample run under 5 ms; on the large manifest the --all run at
