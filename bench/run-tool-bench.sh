@@ -2,10 +2,9 @@
 # Whole-process benchmark of chksel against mawk running the same selection.
 #
 # Builds a Release tree (default build-tool-rel/, or BUILD_DIR) with chksel,
-# the manifest generator, the process timer chksel_proctime and the reader
-# prototype chksel_scanproto; generates manifests of 1000 and 1000000 records
-# into a temporary folder (removed at the end); then times, as whole
-# processes:
+# the manifest generator and the process timer chksel_proctime; generates
+# manifests of 1000 and 1000000 records into a temporary folder (removed at
+# the end); then times, as whole processes:
 #   - chksel --manifest=F --all --output=OUT  against
 #     mawk -f bench/allchecks.awk F > OUT2, on the bundled sample manifest
 #     (the Release tree's copy) and on both generated manifests;
@@ -13,9 +12,7 @@
 #     --package=... against mawk -f bench/passes.awk doing the same five
 #     passes in one process, on both generated manifests.
 # The outputs of chksel and mawk must be byte-identical in every row, or the
-# script fails. Beside the table, the all-checks run of chksel_scanproto (a
-# bench-only prototype of a block-scanning manifest reader, same output) is
-# timed in the same rounds.
+# script fails.
 #
 # Timing: chksel_proctime forks and execs every run and reads the child's
 # rusage from wait4. Wall clock is CLOCK_MONOTONIC around fork..wait4, CPU is
@@ -48,7 +45,7 @@ if ! command -v mawk >/dev/null; then
   exit 1
 fi
 
-tools=(chksel chksel_genmanifest chksel_proctime chksel_scanproto)
+tools=(chksel chksel_genmanifest chksel_proctime)
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release \
   -DCHKSEL_BUILD_BENCH=ON -DCHKSEL_BUILD_TESTS=OFF >&2
 cmake --build "$build" -j2 --target "${tools[@]}" >&2
@@ -107,24 +104,15 @@ same_output() {
 }
 
 rows=()
-proto_ms=
-proto_kib=
 # row LABEL RECORDS RUNS MANIFEST [PASSES]: times chksel and mawk on MANIFEST
-# (without PASSES the all-checks run, with the prototype as a third command)
-# and appends one table row.
+# (without PASSES the all-checks run) and appends one table row.
 row() {
   local label=$1 records=$2 runs=$3 manifest=$4 passes=${5:-}
-  local out=$work/chksel.txt out2=$work/mawk.txt out3=$work/proto.txt lines
+  local out=$work/chksel.txt out2=$work/mawk.txt lines
   if [[ -z $passes ]]; then
     lines=$("$bin/chksel_proctime" --runs="$runs" -- \
       "$bin/chksel" --manifest="$manifest" --all --output="$out" --- \
-      --stdout="$out2" mawk -f "$root/bench/allchecks.awk" "$manifest" --- \
-      "$bin/chksel_scanproto" "$manifest" "$out3")
-    same_output "$label" "$out" "$out3"
-    if [[ $manifest == "$big" ]]; then
-      proto_ms=$(field median_ms "$(sed -n 3p <<<"$lines")")
-      proto_kib=$(field peak_rss_kib "$(sed -n 3p <<<"$lines")")
-    fi
+      --stdout="$out2" mawk -f "$root/bench/allchecks.awk" "$manifest")
   else
     lines=$("$bin/chksel_proctime" --runs="$runs" -- \
       "$bin/chksel" --manifest="$manifest" --all "${five_opts[@]}" \
@@ -176,14 +164,6 @@ echo "Rounds per row: $small_runs (sample, 1000 records), $big_runs" \
   "(ru_maxrss); speed-up = mawk median / chksel median; outputs" \
   "byte-identical in every row. Floor of the timer: /bin/true" \
   "$(field median_ms "$floor") ms, $(field peak_rss_kib "$floor") KiB."
-
-printf '%s\n' "${rows[@]}" | awk -F'|' -v big="$big_records" \
-  -v ms="$proto_ms" -v kib="$proto_kib" '
-$1 == "generated --all" && $2 == big {
-  printf "Block-scanning reader prototype (bench/ScanPrototypeMain.cpp), %s" \
-    " records --all, same rounds: median %.2f ms, %.1fx mawk, %s KiB peak" \
-    " RSS, same output.\n", big, ms, $5 / ms, kib
-}'
 
 # Targets: the sample run under 5 ms; on the large manifest the --all run at
 # least 10 times faster than mawk and under 10 MB (10^7 bytes) peak RSS.

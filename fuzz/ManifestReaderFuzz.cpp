@@ -1,11 +1,15 @@
 // Fuzz harness of the manifest reader: reads the input as a manifest and
-// compares every record with a plain restatement of the record rules.
+// compares every record with a plain restatement of the record rules, once
+// from a string stream with the default block size and once handed out in
+// small pieces to a reader with a small block, both sizes taken from a hash
+// of the input.
 #include "tool/LcManifestReader.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <sstream>
+#include <streambuf>
 #include <string>
 #include <utility>
 #include <vector>
@@ -60,14 +64,40 @@ std::vector<Record> Expected(const std::string &Text) {
   }
 }
 
-} // namespace
+/// Hands out a text in pieces of 1 to 64 bytes, one piece per underflow,
+/// the sizes following from Seed.
+class PieceBuf : public std::streambuf {
+public:
+  PieceBuf(std::string Bytes, std::uint32_t Seed)
+      : Text(std::move(Bytes)), State(Seed | 1) {}
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
-                                      std::size_t Size) {
-  const std::string Text(reinterpret_cast<const char *>(Data), Size);
-  std::istringstream In(Text);
+protected:
+  int_type underflow() override {
+    if (gptr() != egptr())
+      return traits_type::to_int_type(*gptr());
+    if (Handed == Text.size())
+      return traits_type::eof();
+    State ^= State << 13;
+    State ^= State >> 17;
+    State ^= State << 5;
+    std::size_t Size = State % 64 + 1;
+    if (Size > Text.size() - Handed)
+      Size = Text.size() - Handed;
+    char *Begin = &Text[Handed];
+    setg(Begin, Begin, Begin + Size);
+    Handed += Size;
+    return traits_type::to_int_type(*Begin);
+  }
+
+private:
+  std::string Text;
+  std::uint32_t State;
+  std::size_t Handed = 0;
+};
+
+std::vector<Record> ReadAll(std::istream &In, std::size_t BlockSize) {
   std::vector<Record> Seen;
-  LcManifestReader Reader;
+  LcManifestReader Reader(BlockSize);
   Reader.Open(In);
   while (!Reader.AtEnd()) {
     Record R;
@@ -77,7 +107,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
     Reader.Advance();
   }
   Reader.Close();
-  if (Seen != Expected(Text))
+  return Seen;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
+                                      std::size_t Size) {
+  const std::string Text(reinterpret_cast<const char *>(Data), Size);
+  const std::vector<Record> Wanted = Expected(Text);
+  std::istringstream In(Text);
+  if (ReadAll(In, LcManifestReader::DefaultBlockSize) != Wanted)
+    std::abort();
+  std::uint32_t Hash = 2166136261u;
+  for (std::size_t I = 0; I < Size; ++I)
+    Hash = (Hash ^ Data[I]) * 16777619u;
+  PieceBuf Buf(Text, Hash);
+  std::istream Pieces(&Buf);
+  if (ReadAll(Pieces, Hash % 17 + 1) != Wanted)
     std::abort();
   return 0;
 }

@@ -11,25 +11,27 @@
 #include <vector>
 
 /// One attribute of a manifest record: a line of the form key=value, split at
-/// its first "=". The key and the value are views into the stored line and
-/// stay valid until the reader reads the next record.
+/// its first "=". The key and the value are views into the reader's block
+/// buffer and stay valid until the reader reads the next record.
 class LcAttribute {
 public:
-  std::string_view Key() const { return std::string_view(Line).substr(0, Eq); }
+  std::string_view Key() const { return std::string_view(Line, Eq); }
   std::string_view Value() const {
-    return std::string_view(Line).substr(Eq + 1);
+    return std::string_view(Line + Eq + 1, Size - Eq - 1);
   }
 
 private:
   friend class LcManifestReader;
-  std::string Line;
+  /// The line without its line end; Line[Eq] is its first "=".
+  const char *Line = nullptr;
   std::size_t Eq = 0;
+  std::size_t Size = 0;
 };
 
 /// One manifest record: its attributes in file order, duplicate keys kept.
-/// The record owns the storage of its lines; the reader reuses that storage
-/// for the next record, so reading does not allocate once the longest record
-/// has been seen.
+/// The attributes point into the reader's buffer; the slots are reused for
+/// the next record, so reading does not allocate once the record with the
+/// most attributes has been seen.
 class LcRecord {
 public:
   using const_iterator = std::vector<LcAttribute>::const_iterator;
@@ -58,22 +60,39 @@ private:
 ///
 /// A pass is: Open, then while !AtEnd() use Current() and Advance(), then
 /// Close. Open reads the first record and leaves AtEnd() false; Advance sets
-/// AtEnd() when the record it read was ended by a failed read. So a record
-/// after the first one counts only when an empty line follows it, while a
-/// file holding a single record is read in full.
+/// AtEnd() when the record it read was ended by the end of the input. So a
+/// record after the first one counts only when an empty line follows it,
+/// while a file holding a single record is read in full.
+///
+/// The input is read in blocks straight from the stream's buffer
+/// (rdbuf()->sgetn) into a buffer of the reader, where lines are found with
+/// memchr and records are kept as views. The buffer holds at least the
+/// current record and the line being read; it starts at the block size given
+/// to the constructor and doubles whenever one record does not fit, so a line
+/// of any length can be read as long as memory lasts. Running out of memory
+/// (std::bad_alloc, or whatever the new-handler throws) reaches the caller;
+/// a read error of the stream (std::ios_base::failure) ends the input, the
+/// line it interrupted being lost, like the end of the file. The stream is
+/// left in the state line-by-line extraction would leave it in: eof at the
+/// end of the input, fail once a line could not be read, bad after a read
+/// error or when an exception leaves the reader. The reader reads ahead of the
+/// records it has handed out, so a borrowed stream closed before its end has
+/// been consumed further than the records seen.
 ///
 /// The reader owns the stream it opens on a file; a stream handed to it is
 /// borrowed and must outlive the reader or its Close. While reading, the
-/// stream's exception mask is badbit, so that an exception thrown inside the
-/// stream (std::bad_alloc among them) reaches the caller instead of being
-/// turned into a silent end of input; only std::ios_base::failure, the
-/// stream's own read error, ends the input. Close restores the mask.
+/// stream's exception mask is badbit; Close restores it. A stream that is not
+/// good when it is handed over yields no lines.
 class LcManifestReader {
 public:
   /// Size of the buffer of a stream the reader opens on a file.
   static constexpr std::streamsize BufferSize = 64 * 1024;
+  /// Initial size of the reader's own buffer.
+  static constexpr std::size_t DefaultBlockSize = 256 * 1024;
 
-  LcManifestReader();
+  /// BlockSize (at least 1) is the initial size of the reader's buffer and
+  /// thereby the most it asks of the stream at once.
+  explicit LcManifestReader(std::size_t BlockSize = DefaultBlockSize);
   ~LcManifestReader();
   LcManifestReader(const LcManifestReader &) = delete;
   LcManifestReader &operator=(const LcManifestReader &) = delete;
@@ -89,7 +108,7 @@ public:
   /// The record read last.
   const LcRecord &Current() const { return Record; }
   /// Reads the next record unless at end; answers false and sets AtEnd() when
-  /// the stream is then failed or bad.
+  /// that record was ended by the end of the input.
   bool Advance();
   /// Releases the stream and sets AtEnd(). Also done by the destructor.
   void Close();
@@ -98,14 +117,34 @@ private:
   class FileStream;
 
   void Start(std::istream &Stream);
-  void ReadRecord();
-  bool ReadLine(std::string &Line);
+  bool ReadRecord();
+  bool ScanRecord();
+  bool NextLine(const char *&Line, std::size_t &Size);
+  void TakeLine(const void *Newline, const char *&Line, std::size_t &Size);
+  bool NextLineAfterRefill(const char *&Line, std::size_t &Size);
+  bool Refill();
+  void MakeRoom();
+  void EndInput(std::ios_base::iostate State);
+  void EndOfFile();
 
   std::unique_ptr<FileStream> File;
   std::istream *In = nullptr;
   std::ios_base::iostate SavedExceptions = std::ios_base::goodbit;
   bool AtEndFlag = true;
   LcRecord Record;
+
+  /// The buffer: [0, Filled) holds input read; lines before Next have been
+  /// handed out; [Next, Scanned) is known to hold no "\n".
+  std::size_t BlockSize;
+  std::unique_ptr<char[]> Buffer;
+  std::size_t Capacity = 0;
+  std::size_t Next = 0;
+  std::size_t Scanned = 0;
+  std::size_t Filled = 0;
+  /// Set once the stream has reported its end or a read error.
+  bool InputEnded = false;
+  /// Set after a read error: the line it interrupted is dropped.
+  bool ReadFailed = false;
 };
 
 #endif

@@ -16,6 +16,8 @@
 #include <locale>
 #include <memory>
 #include <ostream>
+#include <string>
+#include <string_view>
 
 namespace {
 
@@ -23,6 +25,8 @@ namespace {
 bool OutputOpenedFlag = false;
 
 constexpr std::streamsize OutputBufferSize = 64 * 1024;
+/// Selected names are handed to the output stream in pieces of this size.
+constexpr std::size_t OutputChunkSize = 64 * 1024;
 
 /// Reports that writing the output Path failed and stops the run.
 [[noreturn]] void ReportWriteFailure(const std::string &Path) {
@@ -87,6 +91,58 @@ private:
   std::ostream *Out = nullptr;
 };
 
+/// Gathers the selected names of a pass, each followed by "\n", and writes
+/// them to the output stream in pieces of about OutputChunkSize bytes.
+class NameWriter {
+public:
+  explicit NameWriter(std::ostream &Stream) : Out(Stream) {
+    Chunk.reserve(OutputChunkSize);
+  }
+
+  /// Adds Name and "\n"; answers false once the output has failed.
+  bool Add(std::string_view Name) {
+    if (Chunk.size() + Name.size() >= OutputChunkSize && !Flush())
+      return false;
+    if (Name.size() >= OutputChunkSize) {
+      Out.write(Name.data(), static_cast<std::streamsize>(Name.size()));
+      Out.put('\n');
+      return static_cast<bool>(Out);
+    }
+    Chunk.append(Name);
+    Chunk.push_back('\n');
+    return true;
+  }
+
+  /// Writes what has been gathered; answers false once the output has
+  /// failed.
+  bool Flush() {
+    if (!Chunk.empty())
+      Out.write(Chunk.data(), static_cast<std::streamsize>(Chunk.size()));
+    Chunk.clear();
+    return static_cast<bool>(Out);
+  }
+
+private:
+  std::ostream &Out;
+  std::string Chunk;
+};
+
+// The keys the rules read. Select looks only at those of a key's length.
+constexpr std::string_view CheckNameKey = "checkname";
+constexpr std::string_view PackageKey = "package";
+constexpr std::string_view GroupKey = "group";
+constexpr std::string_view DefaultKey = "default";
+constexpr std::string_view VisibleKey = "visible";
+/// The keys in the order in which the rules try them.
+constexpr std::string_view RuleKeys[] = {CheckNameKey, PackageKey, GroupKey,
+                                         DefaultKey, VisibleKey};
+static_assert(PackageKey.size() == DefaultKey.size() &&
+                  PackageKey.size() == VisibleKey.size() &&
+                  CheckNameKey.size() != PackageKey.size() &&
+                  GroupKey.size() != PackageKey.size() &&
+                  GroupKey.size() != CheckNameKey.size(),
+              "Select dispatches on these lengths");
+
 } // namespace
 
 LcRecordSelector::LcRecordSelector(LcSelectionMode PassMode,
@@ -96,6 +152,25 @@ LcRecordSelector::LcRecordSelector(LcSelectionMode PassMode,
     Upper[I] = static_cast<char>(static_cast<unsigned char>(I));
   std::use_facet<std::ctype<char>>(std::locale())
       .toupper(Upper.data(), Upper.data() + Upper.size());
+  // A key is tried only when a pair with that key can change the outcome in
+  // this mode. The rules try the keys in the order checkname, package, group,
+  // default, visible and act on the first one equal to the pair's key, so a
+  // key equal (through Upper) to an earlier one is never acted on. Equality
+  // through Upper is an equivalence, so a pair's key equals at most one key
+  // that is not shadowed that way, and the keys left can be tried in any
+  // order.
+  auto Shadowed = [this](std::size_t Index) {
+    for (std::size_t Earlier = 0; Earlier < Index; ++Earlier)
+      if (Equal(RuleKeys[Earlier], RuleKeys[Index]))
+        return true;
+    return false;
+  };
+  bool ByPackage = Mode == LcSelectionMode::DefaultChecksOfPackages ||
+                   Mode == LcSelectionMode::ChecksOfPackages;
+  TryPackage = ByPackage && !Shadowed(1);
+  TryGroup = Mode == LcSelectionMode::ChecksOfGroups && !Shadowed(2);
+  TryDefault = Mode == LcSelectionMode::DefaultChecksOfPackages && !Shadowed(3);
+  TryVisible = !Shadowed(4);
 }
 
 bool LcRecordSelector::Equal(std::string_view A, std::string_view B) const {
@@ -121,32 +196,46 @@ bool LcRecordSelector::Select(const LcRecord &Record,
   for (const LcAttribute &Attribute : Record) {
     std::string_view Key = Attribute.Key();
     std::string_view Value = Attribute.Value();
-    if (Equal(Key, "checkname")) {
-      Pending = Value;
-      if (Mode == LcSelectionMode::AllChecks)
-        Selected = true;
-      else if (Mode == LcSelectionMode::NamedChecks && MatchesRequested(Value))
-        Selected = true;
-    } else if (Equal(Key, "package")) {
-      if (Mode == LcSelectionMode::DefaultChecksOfPackages ||
-          Mode == LcSelectionMode::ChecksOfPackages) {
-        if (MatchesRequested(Value))
+    // Keys of other lengths are equal to none of the keys the rules read.
+    switch (Key.size()) {
+    case CheckNameKey.size():
+      if (Equal(Key, CheckNameKey)) {
+        Pending = Value;
+        if (Mode == LcSelectionMode::AllChecks)
           Selected = true;
-        // A default check of an unrequested package is dropped, unless an
-        // earlier attribute has already selected it.
-        if (Mode == LcSelectionMode::DefaultChecksOfPackages && !Selected)
-          return false;
+        else if (Mode == LcSelectionMode::NamedChecks &&
+                 MatchesRequested(Value))
+          Selected = true;
       }
-    } else if (Equal(Key, "group")) {
-      if (Mode == LcSelectionMode::ChecksOfGroups && MatchesRequested(Value))
-        Selected = true;
-    } else if (Equal(Key, "default")) {
-      if (Mode == LcSelectionMode::DefaultChecksOfPackages &&
-          Equal(Value, "on"))
-        Selected = true;
-    } else if (Equal(Key, "visible")) {
-      if (Equal(Value, "no"))
-        Selected = false;
+      break;
+    case PackageKey.size():
+      if (TryPackage && Equal(Key, PackageKey)) {
+        if (Mode == LcSelectionMode::DefaultChecksOfPackages ||
+            Mode == LcSelectionMode::ChecksOfPackages) {
+          if (MatchesRequested(Value))
+            Selected = true;
+          // A default check of an unrequested package is dropped, unless an
+          // earlier attribute has already selected it.
+          if (Mode == LcSelectionMode::DefaultChecksOfPackages && !Selected)
+            return false;
+        }
+      } else if (TryDefault && Equal(Key, DefaultKey)) {
+        if (Mode == LcSelectionMode::DefaultChecksOfPackages &&
+            Equal(Value, "on"))
+          Selected = true;
+      } else if (TryVisible && Equal(Key, VisibleKey)) {
+        if (Equal(Value, "no"))
+          Selected = false;
+      }
+      break;
+    case GroupKey.size():
+      if (TryGroup && Equal(Key, GroupKey)) {
+        if (Mode == LcSelectionMode::ChecksOfGroups && MatchesRequested(Value))
+          Selected = true;
+      }
+      break;
+    default:
+      break;
     }
   }
   if (!Selected || Pending.empty())
@@ -157,16 +246,25 @@ bool LcRecordSelector::Select(const LcRecord &Record,
 
 void LcSelectRecords(LcManifestReader &Reader, const LcRecordSelector &Selector,
                      std::ostream &Out) {
+  NameWriter Writer(Out);
   std::string_view Name;
-  while (!Reader.AtEnd()) {
-    if (Selector.Select(Reader.Current(), Name)) {
-      Out.write(Name.data(), static_cast<std::streamsize>(Name.size()));
-      Out.put('\n');
-      if (!Out)
+  try {
+    while (!Reader.AtEnd()) {
+      if (Selector.Select(Reader.Current(), Name) && !Writer.Add(Name))
         return;
+      Reader.Advance();
     }
-    Reader.Advance();
+  } catch (...) {
+    // The names selected before the failure still reach the output stream,
+    // as they would have, had they been written one by one; the failure
+    // itself is what the caller hears of.
+    try {
+      Writer.Flush();
+    } catch (...) {
+    }
+    throw;
   }
+  Writer.Flush();
 }
 
 void LcSelectFromStream(LcSelectionMode Mode, std::istream &Manifest,

@@ -58,11 +58,20 @@ private:
   LcSelectionMode Mode;
   const std::vector<std::string> &Requested;
   std::array<char, 256> Upper;
+  /// Whether Select compares a pair's key with "package", "group",
+  /// "default", "visible": only when such a pair can change the outcome in
+  /// this mode.
+  bool TryPackage = false;
+  bool TryGroup = false;
+  bool TryDefault = false;
+  bool TryVisible = false;
 };
 
 /// Writes the name of every record of Reader (open, first record read) that
-/// Selector selects to Out, one per line, each followed by "\n". Stops early
-/// when Out fails.
+/// Selector selects to Out, one per line, each followed by "\n". The names
+/// are gathered and handed to Out in pieces of about 64 KiB; the names
+/// gathered so far are still handed over when an exception (memory
+/// exhaustion) leaves the pass. Stops early once Out has failed.
 void LcSelectRecords(LcManifestReader &Reader, const LcRecordSelector &Selector,
                      std::ostream &Out);
 

@@ -5,6 +5,7 @@
 #include "tool/LcSelection.h"
 
 #include "console/MsConsole.h"
+#include "tests/tool/LcToolTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -106,6 +107,15 @@ TEST(ManifestAlloc, HugeLineBadAllocPropagatesFromAdvance) {
   EXPECT_THROW(Reader.Advance(), std::bad_alloc);
 }
 
+TEST(ManifestAlloc, HugeLineBadAllocPropagatesWithTinyBlocks) {
+  EndlessLineBuf Buf;
+  std::istream In(&Buf);
+  LcManifestReader Reader(1);
+  FailLargeAllocations Guard(1 << 20);
+  EXPECT_THROW(Reader.Open(In), std::bad_alloc);
+  EXPECT_TRUE(In.bad());
+}
+
 TEST(ManifestAlloc, NewHandlerExceptionPropagates) {
   std::new_handler Previous =
       std::set_new_handler([] { throw MsConsole::BadAlloc(); });
@@ -151,6 +161,26 @@ TEST(ManifestAlloc, ReaderAllocatesNothingPerRecordOnceWarm) {
   Reader.Open(In);
   // Once every combination of record shapes (they repeat every 35 records)
   // has been read, every line slot is as large as it will ever need to be.
+  for (int I = 0; I < 40; ++I)
+    ASSERT_TRUE(Reader.Advance());
+  Allocations = 0;
+  Counting = true;
+  std::size_t Records = 0;
+  while (Reader.Advance())
+    ++Records;
+  Counting = false;
+  EXPECT_EQ(Allocations, 0u);
+  EXPECT_EQ(Records, 1959u);
+}
+
+TEST(ManifestAlloc, ReaderAllocatesNothingPerRefillOnceWarm) {
+  // A small block makes the reader move the record it is reading to the
+  // front of its buffer and read on many times per record; once the largest
+  // record has been seen, that needs no memory.
+  lctest::PieceBuf Buf(Manifest(2000), {100, 37, 1});
+  std::istream In(&Buf);
+  LcManifestReader Reader(256);
+  Reader.Open(In);
   for (int I = 0; I < 40; ++I)
     ASSERT_TRUE(Reader.Advance());
   Allocations = 0;

@@ -1,5 +1,7 @@
 // Tests of the checks manifest reader: record splitting, line ends, dropped
-// lines, the last-record rule, stream errors and memory exhaustion.
+// lines, the last-record rule, stream errors and memory exhaustion, and block
+// reading compared with plain line-by-line reading at every block size and
+// split point.
 #include "tool/LcManifestReader.h"
 
 #include "console/MsConsole.h"
@@ -8,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <sstream>
 #include <streambuf>
 #include <utility>
@@ -320,6 +323,332 @@ TEST_F(ManifestReaderOpenFailure, DirectoryWithoutTrailingSlash) {
   std::string Path = Dir.Path("sub");
   std::filesystem::create_directory(Path);
   ExpectOpenFailure(Path);
+}
+
+// Block reading against line-by-line reading.
+
+/// The manifest reader as first written: one std::getline per line on a
+/// stream whose exception mask is badbit, a read error ending the input.
+/// The block-scanning reader must see the same records and leave the stream
+/// in the same state.
+class GetlineReader {
+public:
+  void Open(std::istream &Stream) {
+    In = &Stream;
+    Saved = Stream.exceptions();
+    if (!Stream.bad())
+      Stream.exceptions(std::ios_base::badbit);
+    Ended = false;
+    ReadRecord();
+  }
+  bool AtEnd() const { return Ended; }
+  const Record &Current() const { return Pairs; }
+  bool Advance() {
+    if (Ended)
+      return false;
+    ReadRecord();
+    if (In->fail())
+      Ended = true;
+    return !Ended;
+  }
+  void Close() {
+    Ended = true;
+    if (In)
+      In->exceptions(Saved);
+    In = nullptr;
+  }
+
+private:
+  bool ReadLine(std::string &Line) {
+    try {
+      return static_cast<bool>(std::getline(*In, Line));
+    } catch (const std::ios_base::failure &) {
+      return false;
+    }
+  }
+  void ReadRecord() {
+    Pairs.clear();
+    std::string Line;
+    while (ReadLine(Line)) {
+      if (!Line.empty() && Line.back() == '\r')
+        Line.pop_back();
+      if (Line.empty()) {
+        if (!Pairs.empty())
+          return;
+        continue;
+      }
+      std::string::size_type Eq = Line.find('=');
+      if (Eq == std::string::npos || Eq == 0 || Eq + 1 == Line.size())
+        continue;
+      Pairs.emplace_back(Line.substr(0, Eq), Line.substr(Eq + 1));
+    }
+  }
+
+  std::istream *In = nullptr;
+  std::ios_base::iostate Saved = std::ios_base::goodbit;
+  bool Ended = true;
+  Record Pairs;
+};
+
+Record Copy(const Record &R) { return R; }
+
+/// What a pass saw: the records, whether memory ran out, and the state the
+/// stream was left in.
+struct Outcome {
+  Records Seen;
+  bool OutOfMemory = false;
+  std::ios_base::iostate State = std::ios_base::goodbit;
+
+  bool operator==(const Outcome &Other) const {
+    return Seen == Other.Seen && OutOfMemory == Other.OutOfMemory &&
+           State == Other.State;
+  }
+};
+
+void PrintTo(const Outcome &O, std::ostream *Out) {
+  *Out << ::testing::PrintToString(O.Seen)
+       << (O.OutOfMemory ? " out of memory" : "") << " state " << O.State;
+}
+
+template <class Reader> Outcome Pass(Reader &R, std::istream &In) {
+  Outcome Result;
+  try {
+    R.Open(In);
+    while (!R.AtEnd()) {
+      Result.Seen.push_back(Copy(R.Current()));
+      R.Advance();
+    }
+  } catch (const std::bad_alloc &) {
+    Result.OutOfMemory = true;
+  }
+  R.Close();
+  Result.State = In.rdstate();
+  return Result;
+}
+
+/// How the input is handed to a reader: in pieces of these sizes, failing
+/// from byte FailAt on.
+struct Feed {
+  std::vector<std::size_t> Pieces;
+  std::size_t FailAt = lctest::PieceBuf::NoFailure;
+  bool OutOfMemory = false;
+};
+
+Outcome BlockPass(const std::string &Text, std::size_t BlockSize,
+                  const Feed &How) {
+  lctest::PieceBuf Buf(Text, How.Pieces, How.FailAt, How.OutOfMemory);
+  std::istream In(&Buf);
+  LcManifestReader Reader(BlockSize);
+  return Pass(Reader, In);
+}
+
+Outcome GetlinePass(const std::string &Text, const Feed &How) {
+  lctest::PieceBuf Buf(Text, How.Pieces, How.FailAt, How.OutOfMemory);
+  std::istream In(&Buf);
+  GetlineReader Reader;
+  return Pass(Reader, In);
+}
+
+const std::size_t BlockSizes[] = {
+    1, 2, 3, 4, 5, 7, 8, 16, 64, LcManifestReader::DefaultBlockSize};
+
+TEST(ManifestBlockReading, TableCasesAtEveryBlockAndPieceSize) {
+  for (const ReaderCase &C : ReaderCases) {
+    Outcome Expected = GetlinePass(C.Text, Feed{});
+    ASSERT_EQ(Expected.Seen, C.Expected) << C.Name;
+    for (std::size_t BlockSize : BlockSizes)
+      for (std::size_t Piece = 1; Piece <= C.Text.size() + 1; ++Piece)
+        ASSERT_EQ(BlockPass(C.Text, BlockSize, Feed{{Piece}}), Expected)
+            << C.Name << ", block " << BlockSize << ", pieces of " << Piece;
+  }
+}
+
+TEST(ManifestBlockReading, StreamStateAtEndOfInput) {
+  std::istringstream In("a=1\n\nb=2\n\n");
+  LcManifestReader Reader;
+  EXPECT_EQ(Pass(Reader, In).State,
+            std::ios_base::eofbit | std::ios_base::failbit);
+  lctest::PieceBuf Buf("a=1\n\nb=2", {3}, 7);
+  std::istream Failing(&Buf);
+  EXPECT_EQ(Pass(Reader, Failing).State, std::ios_base::badbit);
+}
+
+/// Random manifest text built from pieces that make every rule of the
+/// format likely: line ends of both kinds, lone carriage returns, "=" in
+/// every position, empty and dropped lines, long values.
+std::string RandomManifest(std::mt19937 &Random) {
+  static const char *const Tokens[] = {
+      "\n", "\n",    "\r\n",    "\r",          "=",    "==",
+      "a",  "k=v\n", "k=v\r\n", "checkname=X", "\n\n", "\r\n\r\n",
+      " ",  "=x\n",  "x=\n",    "group=g\n",   "\xEF", "\0"};
+  constexpr std::size_t TokenCount = sizeof Tokens / sizeof Tokens[0];
+  std::string Text;
+  std::size_t Count = std::uniform_int_distribution<std::size_t>(0, 60)(Random);
+  for (std::size_t I = 0; I < Count; ++I) {
+    std::size_t Pick =
+        std::uniform_int_distribution<std::size_t>(0, TokenCount)(Random);
+    if (Pick == TokenCount) {
+      // A long attribute line, longer than the small blocks.
+      Text +=
+          "title=" +
+          std::string(
+              std::uniform_int_distribution<std::size_t>(1, 300)(Random), 'v') +
+          "\n";
+    } else if (Tokens[Pick][0] == '\0') {
+      Text += '\0';
+    } else {
+      Text += Tokens[Pick];
+    }
+  }
+  return Text;
+}
+
+std::vector<std::size_t> RandomPieces(std::mt19937 &Random) {
+  std::vector<std::size_t> Pieces(
+      std::uniform_int_distribution<std::size_t>(1, 5)(Random));
+  for (std::size_t &Size : Pieces)
+    Size = std::uniform_int_distribution<std::size_t>(1, 40)(Random);
+  return Pieces;
+}
+
+TEST(ManifestBlockReading, MatchesLineByLineReadingOnRandomManifests) {
+  std::mt19937 Random(20240611);
+  for (int Round = 0; Round < 400; ++Round) {
+    std::string Text = RandomManifest(Random);
+    Outcome Expected = GetlinePass(Text, Feed{});
+    for (std::size_t BlockSize : BlockSizes)
+      for (int Feeding = 0; Feeding < 3; ++Feeding) {
+        Feed How{RandomPieces(Random)};
+        ASSERT_EQ(BlockPass(Text, BlockSize, How), Expected)
+            << "round " << Round << ", block " << BlockSize << ", text "
+            << ::testing::PrintToString(Text);
+      }
+  }
+}
+
+TEST(ManifestBlockReading, ReadErrorAndMemoryExhaustionAtEveryPosition) {
+  const std::string Texts[] = {
+      "a=1",
+      "a=1\nb=2\n",
+      "a=1\r\n\r\nb=2\r\n\r\nc=3\r\n",
+      "\n\na=1\n\n\nb=" + std::string(40, 'v') + "\n\nc=3\n\n",
+      "junk\n\na=1\n\r\r\nb=2\n\n",
+  };
+  std::mt19937 Random(7);
+  for (const std::string &Text : Texts)
+    for (std::size_t FailAt = 0; FailAt <= Text.size(); ++FailAt)
+      for (bool OutOfMemory : {false, true}) {
+        Feed How{RandomPieces(Random), FailAt, OutOfMemory};
+        Outcome Expected = GetlinePass(Text, How);
+        for (std::size_t BlockSize : {std::size_t(1), std::size_t(3),
+                                      LcManifestReader::DefaultBlockSize})
+          ASSERT_EQ(BlockPass(Text, BlockSize, How), Expected)
+              << ::testing::PrintToString(Text) << " failing at " << FailAt
+              << (OutOfMemory ? " out of memory" : " read error") << ", block "
+              << BlockSize;
+      }
+}
+
+TEST(ManifestBlockReading, ReadErrorDropsTheLineItInterrupts) {
+  // At the end of the input a last line without "\n" counts; a read error
+  // in the middle of that line loses it.
+  EXPECT_EQ(BlockPass("a=1\nb=2", 4, Feed{}).Seen,
+            (Records{{{"a", "1"}, {"b", "2"}}}));
+  EXPECT_EQ(BlockPass("a=1\nb=2", 4, Feed{{}, 6}).Seen,
+            (Records{{{"a", "1"}}}));
+  // The pass reads on after the first record and finds the stream failed.
+  EXPECT_EQ(BlockPass("a=1\nb=2", 4, Feed{{}, 6}).State,
+            std::ios_base::badbit | std::ios_base::failbit);
+}
+
+TEST(ManifestBlockReading, LinesAndRecordsLongerThanManyBlocks) {
+  const std::string Long(100000, 'v');
+  std::string Text = "checkname=A\r\ndescription=" + Long + "\r\n";
+  Record Big = {{"checkname", "A"}, {"description", Long}};
+  for (int I = 0; I < 1000; ++I) {
+    Text += "k" + std::to_string(I) + "=" + std::to_string(I) + "\r\n";
+    Big.emplace_back("k" + std::to_string(I), std::to_string(I));
+  }
+  Text += "\r\nnext=1\n\n";
+  const Records Expected = {Big, {{"next", "1"}}};
+  for (std::size_t BlockSize :
+       {std::size_t(1), std::size_t(16), LcManifestReader::DefaultBlockSize})
+    for (std::size_t Piece : {1, 7, 4096, 1 << 20}) {
+      if (Piece == 1 && BlockSize != 16)
+        continue;
+      EXPECT_EQ(BlockPass(Text, BlockSize, Feed{{Piece}}).Seen, Expected)
+          << "block " << BlockSize << ", pieces of " << Piece;
+    }
+}
+
+TEST(ManifestBlockReading, BlockSizeZeroActsAsOne) {
+  EXPECT_EQ(BlockPass("a=1\n\nb=2\n\n", 0, Feed{{2}}).Seen,
+            (Records{{{"a", "1"}}, {{"b", "2"}}}));
+}
+
+TEST(ManifestBlockReading, StreamThatIsNotGoodYieldsOneEmptyRecord) {
+  for (std::ios_base::iostate State :
+       {std::ios_base::eofbit, std::ios_base::failbit, std::ios_base::badbit}) {
+    std::istringstream Block("a=1\n\nb=2\n\n");
+    std::istringstream Getline("a=1\n\nb=2\n\n");
+    Block.setstate(State);
+    Getline.setstate(State);
+    LcManifestReader Reader;
+    GetlineReader Reference;
+    Outcome Seen = Pass(Reader, Block);
+    EXPECT_EQ(Seen, Pass(Reference, Getline));
+    EXPECT_EQ(Seen.Seen, (Records{{}}));
+  }
+}
+
+TEST(ManifestBlockReading, AttributesStayValidWhileTheRecordIsCurrent) {
+  // With a tiny block, the buffer is moved and grown while a record is read;
+  // the views of the finished record must still show its lines.
+  std::string Text;
+  for (int I = 0; I < 50; ++I)
+    Text +=
+        "key" + std::to_string(I) + "=" + std::string(I % 9 + 1, 'v') + "\n";
+  Text += "\nlast=1\n\n";
+  lctest::PieceBuf Buf(Text, {5, 3, 11});
+  std::istream In(&Buf);
+  LcManifestReader Reader(2);
+  Reader.Open(In);
+  const LcRecord &First = Reader.Current();
+  ASSERT_EQ(First.size(), 50u);
+  for (int I = 0; I < 50; ++I) {
+    EXPECT_EQ(First[static_cast<std::size_t>(I)].Key(),
+              "key" + std::to_string(I));
+    EXPECT_EQ(First[static_cast<std::size_t>(I)].Value(),
+              std::string(I % 9 + 1, 'v'));
+  }
+  EXPECT_TRUE(Reader.Advance());
+  EXPECT_EQ(Copy(Reader.Current()), (Record{{"last", "1"}}));
+  EXPECT_FALSE(Reader.Advance());
+}
+
+TEST(ManifestBlockReading, ReadsFileWithTinyBlocks) {
+  lctest::TempDir Dir;
+  std::string Path = Dir.Path("m.txt");
+  std::string Text =
+      "checkname=A\r\nvisible=no\r\n\r\ncheckname=" + std::string(300000, 'B') +
+      "\n\ncheckname=C\n";
+  lctest::WriteFile(Path, Text);
+  std::istringstream Same(Text);
+  GetlineReader Reference;
+  Records Expected = Pass(Reference, Same).Seen;
+  ASSERT_EQ(Expected.size(), 2u);
+  for (std::size_t BlockSize :
+       {std::size_t(1), std::size_t(5), LcManifestReader::DefaultBlockSize}) {
+    Records Seen;
+    LcManifestReader Reader(BlockSize);
+    Reader.Open(Path);
+    while (!Reader.AtEnd()) {
+      Seen.push_back(Copy(Reader.Current()));
+      Reader.Advance();
+    }
+    Reader.Close();
+    EXPECT_EQ(Seen, Expected) << "block " << BlockSize;
+  }
 }
 
 } // namespace

@@ -1,15 +1,21 @@
-// Tests of check selection: the rules of the five modes, the order of the
-// passes, the output file and standard output, and open and write failures.
+// Tests of check selection: the rules of the five modes (also compared with a
+// plain restatement of the rules under several locales), the order of the
+// passes, the output file and standard output, the writing of the names, and
+// open and write failures.
 #include "tool/LcSelection.h"
 
 #include "console/MsConsole.h"
 #include "console/MsConsoleConcrete.h"
 #include "tests/tool/LcToolTestSupport.h"
+#include "tool/LcManifestReader.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <iostream>
 #include <locale>
+#include <new>
+#include <random>
 #include <sstream>
 
 namespace {
@@ -392,6 +398,276 @@ TEST(SelectionRules, SelectorEqual) {
   EXPECT_FALSE(Selector.Equal("\xE9", "\xC9"));
   EXPECT_TRUE(Selector.Equal(std::string("a\0b", 3), std::string("A\0B", 3)));
   EXPECT_FALSE(Selector.Equal(std::string("a\0b", 3), std::string("a\0c", 3)));
+}
+
+/// Upper-cases as the classic locale does, then maps V to D, I, A and T to
+/// E, S to F and B to U, so that "visible" equals "default".
+class CollapsingCtype : public std::ctype<char> {
+protected:
+  char do_toupper(char C) const override {
+    switch (std::ctype<char>::do_toupper(C)) {
+    case 'V':
+      return 'D';
+    case 'I':
+    case 'A':
+    case 'T':
+      return 'E';
+    case 'S':
+      return 'F';
+    case 'B':
+      return 'U';
+    default:
+      return std::ctype<char>::do_toupper(C);
+    }
+  }
+  const char *do_toupper(char *Low, const char *High) const override {
+    for (; Low < High; ++Low)
+      *Low = do_toupper(*Low);
+    return High;
+  }
+};
+
+/// Upper-cases every letter to X: all keys of the same length are equal.
+class OneLetterCtype : public std::ctype<char> {
+protected:
+  char do_toupper(char C) const override {
+    unsigned char Byte = static_cast<unsigned char>(C);
+    bool Letter = (Byte >= 'a' && Byte <= 'z') || (Byte >= 'A' && Byte <= 'Z');
+    return Letter ? 'X' : C;
+  }
+  const char *do_toupper(char *Low, const char *High) const override {
+    for (; Low < High; ++Low)
+      *Low = do_toupper(*Low);
+    return High;
+  }
+};
+
+TEST(SelectionRules, KeyEqualToAnEarlierKeyFollowsTheEarlierRule) {
+  {
+    GlobalLocaleGuard Collapsing(
+        std::locale(std::locale::classic(), new CollapsingCtype));
+    // A "visible" pair is a "default" pair now.
+    EXPECT_EQ(Select(All, {}, "checkname=A\nvisible=no\n\n"), "A\n");
+    EXPECT_EQ(Select(Default, {"P"}, "checkname=A\nvisible=on\n\n"), "A\n");
+    EXPECT_EQ(Select(Default, {"P"}, "checkname=A\nvisible=no\n\n"), "");
+  }
+  {
+    GlobalLocaleGuard OneLetter(
+        std::locale(std::locale::classic(), new OneLetterCtype));
+    // Every seven-letter key is a "package" pair, every nine-letter key a
+    // "checkname" pair, every five-letter key a "group" pair.
+    EXPECT_EQ(Select(All, {}, "checkname=A\nvisible=no\n\n"), "A\n");
+    EXPECT_EQ(Select(All, {}, "abcdefghi=B\n\n"), "B\n");
+    EXPECT_EQ(Select(Packages, {"on"}, "checkname=A\ndefault=ON\n\n"), "A\n");
+    EXPECT_EQ(Select(Default, {"P"}, "checkname=A\ndefault=on\n\n"), "");
+    EXPECT_EQ(Select(Groups, {"g"}, "checkname=A\ntitle=G\n\n"), "A\n");
+  }
+  EXPECT_EQ(Select(All, {}, "checkname=A\nvisible=no\n\n"), "");
+}
+
+/// The rules of the five modes as first written: every pair tried against
+/// every key in turn, the case table taken from the global locale.
+class ReferenceSelector {
+public:
+  ReferenceSelector(LcSelectionMode PassMode, const Names &Values)
+      : Mode(PassMode), Requested(Values) {
+    for (std::size_t I = 0; I < Upper.size(); ++I)
+      Upper[I] = std::use_facet<std::ctype<char>>(std::locale())
+                     .toupper(static_cast<char>(I));
+  }
+
+  bool Select(const LcRecord &Record, std::string_view &Name) const {
+    std::string_view Pending;
+    bool Selected = false;
+    for (const LcAttribute &Attribute : Record) {
+      std::string_view Key = Attribute.Key();
+      std::string_view Value = Attribute.Value();
+      if (Equal(Key, "checkname")) {
+        Pending = Value;
+        if (Mode == All)
+          Selected = true;
+        else if (Mode == Named && MatchesRequested(Value))
+          Selected = true;
+      } else if (Equal(Key, "package")) {
+        if (Mode == Default || Mode == Packages) {
+          if (MatchesRequested(Value))
+            Selected = true;
+          if (Mode == Default && !Selected)
+            return false;
+        }
+      } else if (Equal(Key, "group")) {
+        if (Mode == Groups && MatchesRequested(Value))
+          Selected = true;
+      } else if (Equal(Key, "default")) {
+        if (Mode == Default && Equal(Value, "on"))
+          Selected = true;
+      } else if (Equal(Key, "visible")) {
+        if (Equal(Value, "no"))
+          Selected = false;
+      }
+    }
+    if (!Selected || Pending.empty())
+      return false;
+    Name = Pending;
+    return true;
+  }
+
+private:
+  bool Equal(std::string_view A, std::string_view B) const {
+    if (A.size() != B.size())
+      return false;
+    for (std::size_t I = 0; I < A.size(); ++I)
+      if (Upper[static_cast<unsigned char>(A[I])] !=
+          Upper[static_cast<unsigned char>(B[I])])
+        return false;
+    return true;
+  }
+  bool MatchesRequested(std::string_view Value) const {
+    for (const std::string &Wanted : Requested)
+      if (Equal(Value, Wanted))
+        return true;
+    return false;
+  }
+
+  LcSelectionMode Mode;
+  const Names &Requested;
+  std::array<char, 256> Upper;
+};
+
+/// Compares LcRecordSelector with ReferenceSelector on random records in
+/// every mode under the current global locale.
+void CompareWithReference(unsigned Seed) {
+  static const char *const Keys[] = {
+      "checkname", "CheckName", "package", "PACKAGE", "group",    "Group",
+      "default",   "DEFAULT",   "visible", "Visible", "severity", "title",
+      "owner",     "xyzxyzxyz", "dEfAuLt", "vISIBLE", "grp",      "defaulT2"};
+  static const char *const Values[] = {"A",  "b",  "on", "ON", "no", "No",
+                                       "P",  "p",  "Q",  "g",  "G",  "x",
+                                       "eh", "Pq", "oN", "nO", "GP"};
+  constexpr std::size_t KeyCount = sizeof Keys / sizeof Keys[0];
+  constexpr std::size_t ValueCount = sizeof Values / sizeof Values[0];
+  std::mt19937 Random(Seed);
+  auto Pick = [&Random](std::size_t Count) {
+    return std::uniform_int_distribution<std::size_t>(0, Count - 1)(Random);
+  };
+  const LcSelectionMode Modes[] = {All, Named, Default, Groups, Packages};
+  for (int Round = 0; Round < 3000; ++Round) {
+    std::string Text;
+    std::size_t Pairs = Pick(9);
+    for (std::size_t I = 0; I < Pairs; ++I)
+      Text += std::string(Keys[Pick(KeyCount)]) + "=" +
+              Values[Pick(ValueCount)] + "\n";
+    Text += "\n";
+    Names Requested;
+    std::size_t Wanted = Pick(4);
+    for (std::size_t I = 0; I < Wanted; ++I)
+      Requested.emplace_back(Values[Pick(ValueCount)]);
+    std::istringstream In(Text);
+    LcManifestReader Reader;
+    Reader.Open(In);
+    for (LcSelectionMode Mode : Modes) {
+      LcRecordSelector Selector(Mode, Requested);
+      ReferenceSelector Reference(Mode, Requested);
+      std::string_view Name = "unset", ReferenceName = "unset";
+      bool Selected = Selector.Select(Reader.Current(), Name);
+      ASSERT_EQ(Selected, Reference.Select(Reader.Current(), ReferenceName))
+          << "mode " << static_cast<int>(Mode) << ", record "
+          << ::testing::PrintToString(Text) << ", requested "
+          << ::testing::PrintToString(Requested);
+      if (Selected) {
+        ASSERT_EQ(Name, ReferenceName);
+      }
+    }
+  }
+}
+
+TEST(SelectionRules, MatchesPlainRulesInClassicLocale) {
+  CompareWithReference(1);
+}
+
+TEST(SelectionRules, MatchesPlainRulesInOtherLocales) {
+  {
+    GlobalLocaleGuard Latin(
+        std::locale(std::locale::classic(), new LatinCtype));
+    CompareWithReference(2);
+  }
+  {
+    GlobalLocaleGuard Collapsing(
+        std::locale(std::locale::classic(), new CollapsingCtype));
+    CompareWithReference(3);
+  }
+  {
+    GlobalLocaleGuard OneLetter(
+        std::locale(std::locale::classic(), new OneLetterCtype));
+    CompareWithReference(4);
+  }
+}
+
+TEST(SelectionOutput, NamesOfEveryLengthAcrossManyChunks) {
+  std::string Manifest;
+  std::string Expected;
+  for (std::size_t I = 0; I < 30000; ++I) {
+    std::string Name = "n" + std::to_string(I) + std::string(I % 23, 'x');
+    if (I % 5000 == 17)
+      Name = std::string(65536 + I % 3 - 1, 'L') + std::to_string(I);
+    Manifest += "checkname=" + Name + "\n\n";
+    Expected += Name + "\n";
+  }
+  EXPECT_EQ(Select(All, {}, Manifest), Expected);
+}
+
+TEST(SelectionOutput, NamesSelectedBeforeMemoryRunsOutAreWritten) {
+  const std::string Manifest = "checkname=A\n\ncheckname=B\n\ncheckname=C\n\n";
+  lctest::PieceBuf Buf(Manifest, {5}, Manifest.find("=C"), true);
+  std::istream In(&Buf);
+  std::ostringstream Out;
+  EXPECT_THROW(LcSelectFromStream(All, In, Out, {}), std::bad_alloc);
+  EXPECT_EQ(Out.str(), "A\nB\n");
+}
+
+/// Takes at most Limit bytes, then fails every write.
+class LimitedBuf : public std::streambuf {
+public:
+  explicit LimitedBuf(std::size_t Limit) : Room(Limit) {}
+  std::string Taken;
+
+protected:
+  int_type overflow(int_type C) override {
+    if (traits_type::eq_int_type(C, traits_type::eof()))
+      return traits_type::not_eof(C);
+    if (Room == 0)
+      return traits_type::eof();
+    --Room;
+    Taken += traits_type::to_char_type(C);
+    return C;
+  }
+  std::streamsize xsputn(const char *Data, std::streamsize Size) override {
+    std::size_t Count = std::min(Room, static_cast<std::size_t>(Size));
+    Taken.append(Data, Count);
+    Room -= Count;
+    return static_cast<std::streamsize>(Count);
+  }
+
+private:
+  std::size_t Room;
+};
+
+TEST(SelectionOutput, WriteFailureStopsReadingTheManifest) {
+  std::string Manifest;
+  std::string Expected;
+  for (int I = 0; I < 100000; ++I) {
+    Manifest += "checkname=check-" + std::to_string(I) + "\ngroup=g\n\n";
+    Expected += "check-" + std::to_string(I) + "\n";
+  }
+  std::istringstream In(Manifest);
+  LimitedBuf Sink(10);
+  std::ostream Out(&Sink);
+  LcSelectFromStream(All, In, Out, {});
+  EXPECT_TRUE(Out.bad());
+  EXPECT_EQ(Sink.Taken, Expected.substr(0, 10));
+  std::streamoff Read = In.tellg();
+  EXPECT_GT(Read, 0);
+  EXPECT_LT(Read, static_cast<std::streamoff>(Manifest.size() / 2));
 }
 
 /// Selection through files: a fresh folder, a fresh output-opened flag.

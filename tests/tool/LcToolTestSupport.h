@@ -1,19 +1,25 @@
 // Shared helpers of the tool's tests: temporary folders, whole-file reads and
-// writes, standard-output capture and the process-wide console.
+// writes, standard-output capture, the process-wide console and a stream
+// buffer that hands out its text in pieces.
 #ifndef TESTS_TOOL_LCTOOLTESTSUPPORT_H
 #define TESTS_TOOL_LCTOOLTESTSUPPORT_H
 
 #include "console/MsConsoleConcrete.h"
 #include "tool/LcMessages.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <iterator>
+#include <new>
 #include <sstream>
 #include <stdexcept>
+#include <streambuf>
 #include <string>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -115,6 +121,56 @@ inline MsConsoleConcrete &Console() {
   }();
   return Concrete;
 }
+
+/// The read error of a stream device.
+struct ReadError : std::ios_base::failure {
+  ReadError() : std::ios_base::failure("read error") {}
+};
+
+/// Hands out Text in pieces, one piece per underflow, the piece sizes taken
+/// in turn from PieceSizes (a size 0 counts as 1). From byte FailAt on,
+/// instead of handing out more bytes or reporting the end of the input,
+/// underflow throws: ReadError, or std::bad_alloc when OutOfMemory is set.
+class PieceBuf : public std::streambuf {
+public:
+  static constexpr std::size_t NoFailure = std::string::npos;
+
+  PieceBuf(std::string Bytes, std::vector<std::size_t> PieceSizes,
+           std::size_t FailurePosition = NoFailure,
+           bool FailOutOfMemory = false)
+      : Text(std::move(Bytes)), Pieces(std::move(PieceSizes)),
+        FailAt(FailurePosition), OutOfMemory(FailOutOfMemory) {
+    if (Pieces.empty())
+      Pieces.push_back(Text.size());
+  }
+
+protected:
+  int_type underflow() override {
+    if (gptr() != egptr())
+      return traits_type::to_int_type(*gptr());
+    if (Handed >= FailAt) {
+      if (OutOfMemory)
+        throw std::bad_alloc();
+      throw ReadError();
+    }
+    if (Handed == Text.size())
+      return traits_type::eof();
+    std::size_t Size = std::max<std::size_t>(Pieces[Turn++ % Pieces.size()], 1);
+    Size = std::min({Size, Text.size() - Handed, FailAt - Handed});
+    char *Begin = &Text[Handed];
+    setg(Begin, Begin, Begin + Size);
+    Handed += Size;
+    return traits_type::to_int_type(*Begin);
+  }
+
+private:
+  std::string Text;
+  std::vector<std::size_t> Pieces;
+  std::size_t FailAt;
+  bool OutOfMemory;
+  std::size_t Handed = 0;
+  std::size_t Turn = 0;
+};
 
 } // namespace lctest
 
