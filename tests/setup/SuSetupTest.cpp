@@ -1,0 +1,185 @@
+// Tests of the setup run: the order of the setup chain, the run result, the
+// post-setup queries, the command-file option's naming and the helpers of the
+// dump options. A setup run uses the process-wide console, so every test that
+// runs one does so in a child process of its own (a death test).
+#include "setup/SuSetup.h"
+#include "setup/SuCommandFileArg.h"
+
+#include "console/MsConsole.h"
+#include "general/GeInternalFailure.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+/// Writes Text to standard error and ends the child with status 1.
+void PrintAndExit(const std::string &Text) {
+  std::cerr << "internal failure: " << Text << std::endl;
+  std::_Exit(1);
+}
+
+/// Records its name when its turn in the chain comes and once the parse is
+/// done, and can ask for a post-setup state.
+class RecordingSystem : public SuTargetSetupSystem {
+public:
+  RecordingSystem(std::string SystemName, std::string &Target)
+      : Name(std::move(SystemName)), Log(Target) {}
+
+  void Setup(SuTargetSetup &Setup, SuContinuation &Next) override {
+    Log += "setup " + Name + "; ";
+    Next.Continue();
+    Log += "after " + Name + "; ";
+    if (AskParserState)
+      Setup.PostSetupState().GetParserState();
+    if (AskLinkerState)
+      Setup.PostSetupState().GetLinkerState();
+  }
+
+  bool AskParserState = false;
+  bool AskLinkerState = false;
+
+private:
+  std::string Name;
+  std::string &Log;
+};
+
+class RecordingOptions : public SuToolOptions {
+public:
+  explicit RecordingOptions(std::string &Target) : Log(Target) {}
+  void Setup(SuTargetSetup &Setup, SuContinuation &Next) override {
+    Log += "options; ";
+    SuToolOptions::Setup(Setup, Next);
+  }
+  void TakeOver() override { Log += "take over; "; }
+
+private:
+  std::string &Log;
+};
+
+/// Runs a setup run over Arguments (program name first) and writes the log
+/// and the result to standard error.
+[[noreturn]] void RunAndReport(std::vector<std::string> Arguments,
+                               bool AskParser = false, bool AskLinker = false) {
+  GeSetInternalFailureHandler(&PrintAndExit);
+  std::string Log;
+  RecordingSystem First("first", Log);
+  RecordingSystem Second("second", Log);
+  Second.AskParserState = AskParser;
+  Second.AskLinkerState = AskLinker;
+  RecordingOptions Options(Log);
+  std::vector<char *> Argv;
+  for (std::string &Argument : Arguments)
+    Argv.push_back(Argument.data());
+  Argv.push_back(nullptr);
+  SuRunConfiguration Config;
+  Config.Usage = "<NoSignOn>usage\n";
+  SuRunResult Result =
+      SuSetupRun(static_cast<int>(Arguments.size()), Argv.data(), Options,
+                 {&First, &Second}, Config);
+  std::cerr << Log << "proceed " << int(Result.Proceed) << " failed "
+            << int(Result.Failed) << " program " << SuProgramPath()
+            << std::endl;
+  std::_Exit(0);
+}
+
+TEST(SuSetupRunTest, SystemsRunInOrderAndParseLast) {
+  EXPECT_EXIT(RunAndReport({"prog"}), ::testing::ExitedWithCode(0),
+              "^setup first; setup second; options; after second; after "
+              "first; take over; proceed 1 failed 0 program prog\n$");
+}
+
+TEST(SuSetupRunTest, CommandLineErrorStopsBeforeTheTakeOver) {
+  EXPECT_EXIT(RunAndReport({"prog", "--nope"}), ::testing::ExitedWithCode(0),
+              "Command line error: Unexpected command line arguments: --nope\n"
+              "setup first; setup second; options; proceed 0 failed 1 "
+              "program prog\n$");
+}
+
+TEST(SuSetupRunTest, HelpEndsTheRunWithSuccess) {
+  EXPECT_EXIT(RunAndReport({"prog", "--help"}), ::testing::ExitedWithCode(0),
+              "setup first; setup second; options; proceed 0 failed 0 "
+              "program prog\n$");
+}
+
+TEST(SuSetupRunTest, ParserStateIsAnInternalFailureInThisTool) {
+  EXPECT_EXIT(RunAndReport({"prog"}, true), ::testing::ExitedWithCode(1),
+              "^internal failure: SuPostSetupState::GetParserState called in "
+              "a tool with no parser\n$");
+}
+
+TEST(SuSetupRunTest, LinkerStateIsAnInternalFailureInThisTool) {
+  EXPECT_EXIT(RunAndReport({"prog"}, false, true), ::testing::ExitedWithCode(1),
+              "^internal failure: SuPostSetupState::GetLinkerState called in "
+              "a non-linker tool\n$");
+}
+
+TEST(SuCommandFileArgTest, NameWithoutExtensionGetsXcl) {
+  SuCommandFileArg Arg;
+  EXPECT_EQ(Arg.FileName("opts"), "opts.xcl");
+  EXPECT_EQ(Arg.FileName("dir.d/opts"), "dir.d/opts.xcl");
+  EXPECT_EQ(Arg.FileName("opts.txt"), "opts.txt");
+  EXPECT_EQ(Arg.FileName("opts.xcl"), "opts.xcl");
+  EXPECT_EQ(Arg.ShortName(), 'f');
+  EXPECT_EQ(Arg.Hint(), "file");
+  EXPECT_EQ(Arg.Description(), "Read command line options from file");
+}
+
+TEST(SuCommandFileArgTest, DirectoryAndMissingFileDoNotOpen) {
+  SuCommandFileArg Arg;
+  EXPECT_EQ(Arg.Open(::testing::TempDir()), nullptr);
+  EXPECT_EQ(Arg.Open(::testing::TempDir() + "no-such-file.xcl"), nullptr);
+}
+
+TEST(SuOutputFileNameTest, FileOrDirectory) {
+  std::string Dir = ::testing::TempDir();
+  EXPECT_EQ(SuOutputFileName("tables", "diagnostics_tables", ".txt"),
+            "tables.txt");
+  EXPECT_EQ(SuOutputFileName("tables.lst", "diagnostics_tables", ".txt"),
+            "tables.lst");
+  EXPECT_EQ(
+      std::filesystem::path(SuOutputFileName(Dir, "diagnostics_tables", ".txt"))
+          .filename()
+          .string(),
+      "diagnostics_tables.txt");
+  EXPECT_TRUE(std::filesystem::equivalent(
+      std::filesystem::path(SuOutputFileName(Dir, "diagnostics_tables", ".txt"))
+          .parent_path(),
+      Dir));
+}
+
+TEST(SuCommandLineWriterTest, BareAndQuotedWords) {
+  struct Case {
+    const char *Word;
+    bool Bare;
+  } Cases[] = {
+      {"--mfc", true},
+      {"a/b\\c.d=e:f_g", true},
+      {"with blank", false},
+      {"semi;colon", false},
+      {"", false},
+      {"quote\"d", false},
+      {"\xC3\xA4umlaut", false},
+  };
+  for (const Case &C : Cases)
+    EXPECT_EQ(SuIsBareWord(C.Word), C.Bare) << C.Word;
+}
+
+TEST(SuCommandLineWriterTest, OneLinePerSourceFile) {
+  std::ostringstream Out;
+  SuWriteCommandLine(Out, {"--opt=1", "-x", "two words"}, "src/a.c",
+                     {"--extra"});
+  SuWriteCommandLine(Out, {"--opt=1"}, "b \"q\".c", {});
+  EXPECT_EQ(Out.str(), "--opt=1 -x \"two words\" src/a.c --extra\n"
+                       "--opt=1 \"b \\\"q\\\".c\"\n");
+}
+
+} // namespace
