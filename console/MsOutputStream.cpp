@@ -107,6 +107,28 @@ protected:
     Console.Report(MsMakeTag(Number), MsConsole::ErrorFixed, TargetPath);
   }
 
+  /// Checks, flushes and closes Taken: a stream that failed while writing
+  /// is reported as Ms004, a failed flush or close as Ms005. Answers whether
+  /// all went well.
+  bool FinishStream(std::ofstream &Taken) {
+    if (Taken.fail()) {
+      Report(MsMsgWriteProblem);
+      Taken.close();
+      return false;
+    }
+    Taken.flush();
+    if (!Taken.good()) {
+      Report(MsMsgCloseProblem);
+      return false;
+    }
+    Taken.close();
+    if (Taken.fail()) {
+      Report(MsMsgCloseProblem);
+      return false;
+    }
+    return true;
+  }
+
   /// Runs Steps (which answers whether the file was written) once; the
   /// answer of later calls is the first one's. Anything Steps throws but
   /// MsConsoleException and std::bad_alloc is reported as Ms005.
@@ -159,19 +181,9 @@ public:
       // it was released.
       RemoveGuard Temporary(std::move(Guard));
       std::ofstream Taken(std::move(Out));
-      if (Taken.fail()) {
-        Report(MsMsgWriteProblem);
-        Taken.close();
+      if (!FinishStream(Taken))
         return false;
-      }
-      Taken.flush();
-      if (!Taken.good()) {
-        Report(MsMsgCloseProblem);
-        return false;
-      }
-      Taken.close();
-      if (Taken.fail() ||
-          (!Temporary.FilePath().empty() && !Replace(Temporary.FilePath()))) {
+      if (!Temporary.FilePath().empty() && !Replace(Temporary.FilePath())) {
         Report(MsMsgCloseProblem);
         return false;
       }
@@ -243,21 +255,8 @@ public:
     return CloseOnce([this] {
       RemoveGuard Target(std::move(Guard));
       std::ofstream Taken(std::move(Out));
-      if (Taken.fail()) {
-        Report(MsMsgWriteProblem);
-        Taken.close();
+      if (!FinishStream(Taken))
         return false;
-      }
-      Taken.flush();
-      if (!Taken.good()) {
-        Report(MsMsgCloseProblem);
-        return false;
-      }
-      Taken.close();
-      if (Taken.fail()) {
-        Report(MsMsgCloseProblem);
-        return false;
-      }
       Target.Release();
       Console.NotifyOutputFileWritten(TargetPath);
       return true;
