@@ -47,7 +47,9 @@ void PrintInternalFailure(const std::string &Text) {
 /// An internal-failure handler that faults itself, for the check that a
 /// fault during reporting ends the process.
 PROBE_NO_UBSAN void FaultWhileReporting(const std::string &) {
-  int *volatile Null = nullptr;
+  // Both the pointer and its target are volatile: an optimiser may drop a
+  // store through a volatile pointer to plain memory, never one to volatile.
+  volatile int *volatile Null = nullptr;
   *Null = 1;
 }
 
@@ -58,7 +60,7 @@ public:
 };
 
 PROBE_NO_UBSAN int ReadNull() {
-  int *volatile Null = nullptr;
+  volatile int *volatile Null = nullptr;
   return *Null;
 }
 
@@ -112,11 +114,17 @@ int Breakpoint() {
 #endif
 }
 
+/// Where the probe's allocation escapes to, so that the compiler cannot
+/// elide the allocation as one whose result is never used.
+void *volatile AllocationSink = nullptr;
+
 int AllocateTooMuch() {
   volatile std::size_t Size = static_cast<std::size_t>(-1) / 2;
-  char *Memory = new char[Size];
-  Memory[0] = 1;
-  delete[] Memory;
+  // A direct call of the replaceable operator is never elided.
+  void *Memory = ::operator new(Size);
+  AllocationSink = Memory;
+  ::operator delete(Memory);
+  AllocationSink = nullptr;
   return 104;
 }
 
