@@ -5,6 +5,8 @@
 
 #include <fstream>
 
+#include <sys/stat.h>
+
 ClConversionError::ClConversionError(ClMsg Tag, const std::string &Text,
                                      std::string Subject)
     : std::invalid_argument(Text), MessageTag(Tag),
@@ -350,6 +352,21 @@ ClCommandFileArg::ClCommandFileArg(char Short, std::string Long,
 std::string ClCommandFileArg::FileName(const std::string &Parameter) const {
   return Parameter;
 }
+
+ClFileId ClCommandFileArg::Identify(const std::string &Name) const {
+  ClFileId Id;
+  struct stat Status;
+  if (::stat(Name.c_str(), &Status) == 0) {
+    Id.HasInode = true;
+    Id.Device = static_cast<std::uint64_t>(Status.st_dev);
+    Id.Inode = static_cast<std::uint64_t>(Status.st_ino);
+  } else {
+    Id.Name = Name;
+  }
+  return Id;
+}
+
+void ClCommandFileArg::Announce(const std::string &) const {}
 
 std::unique_ptr<std::istream>
 ClCommandFileArg::Open(const std::string &Name) const {

@@ -35,6 +35,23 @@ private:
   std::string UserInput;
 };
 
+/// The identity of a file: its device and inode when known (HasInode), else
+/// its name. Ordered so that it can key a set.
+struct ClFileId {
+  bool HasInode = false;
+  std::uint64_t Device = 0;
+  std::uint64_t Inode = 0;
+  std::string Name;
+
+  friend bool operator<(const ClFileId &A, const ClFileId &B) {
+    if (A.HasInode != B.HasInode)
+      return A.HasInode < B.HasInode;
+    if (A.HasInode)
+      return A.Device != B.Device ? A.Device < B.Device : A.Inode < B.Inode;
+    return A.Name < B.Name;
+  }
+};
+
 /// The option interface. The operations are listed in their fixed order;
 /// the three name queries at the end serve help formatting and the walk.
 class ClArg {
@@ -345,10 +362,19 @@ public:
 
   /// The name of the file to read for Parameter; here Parameter itself.
   virtual std::string FileName(const std::string &Parameter) const;
+  /// What tells the file Name from others, so that one file reached by two
+  /// spellings (a relative and an absolute path, a symbolic or hard link) is
+  /// known as one. Here its device and inode when the file system finds the
+  /// name, else the name itself.
+  virtual ClFileId Identify(const std::string &Name) const;
   /// Opens the file Name for reading, byte for byte; null (or a stream in the
   /// fail state) when the file cannot be opened. Here a std::ifstream in
   /// binary mode.
   virtual std::unique_ptr<std::istream> Open(const std::string &Name) const;
+  /// Called by the walk once for each file it reads (by identity), with the
+  /// name it was first requested by, after the file was read and before its
+  /// tokens are walked. Here nothing.
+  virtual void Announce(const std::string &Name) const;
 };
 
 #endif

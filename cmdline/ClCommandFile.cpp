@@ -1,8 +1,9 @@
-// The command-file tokenizer, the reader that enters a file in the line
-// sequence, and that sequence.
+// The command-file tokenizer, the reader that decodes a file and enters it
+// in the line sequence, and that sequence.
 #include "cmdline/ClCommandFile.h"
 
 #include "cmdline/ClLine.h"
+#include "general/GeUnicode.h"
 #include "sourcepos/DiSourcePosition.h"
 
 #include <algorithm>
@@ -88,11 +89,17 @@ void ClCommandFileTokenizer::MarkStart() {
   StartColumn = CurColumn;
 }
 
+void ClCommandFileTokenizer::Step(int Ch) {
+  // A UTF-8 continuation byte belongs to the character before it.
+  if ((Ch & 0xC0) != 0x80)
+    ++CurColumn;
+}
+
 void ClCommandFileTokenizer::Ordinary(int Ch) {
   if (Buffer.empty())
     MarkStart();
   Buffer.push_back(static_cast<char>(Ch));
-  ++CurColumn;
+  Step(Ch);
 }
 
 ClPlace ClCommandFileTokenizer::PlaceAt(std::uint32_t Line,
@@ -108,7 +115,7 @@ void ClCommandFileTokenizer::ReadQuoted() {
     int Ch = Get();
     if (Ch == EndOfFile)
       throw ClLine::UnmatchedQuoteError(Name, PlaceAt(QuoteLine, QuoteColumn));
-    ++CurColumn;
+    Step(Ch);
     if (Ch == '"') {
       if (Peek() != '"')
         return;
@@ -129,7 +136,7 @@ void ClCommandFileTokenizer::ReadQuoted() {
       if (Ch == EndOfFile)
         throw ClLine::UnmatchedQuoteError(Name,
                                           PlaceAt(QuoteLine, QuoteColumn));
-      ++CurColumn;
+      Step(Ch);
     }
     Buffer.push_back(static_cast<char>(Ch));
   }
@@ -150,7 +157,7 @@ void ClCommandFileTokenizer::SkipBlockComment() {
       CurColumn = 1;
       continue;
     }
-    ++CurColumn;
+    Step(Ch);
     if (Ch == '*' && Peek() == '/') {
       Get();
       ++CurColumn;
@@ -163,7 +170,7 @@ void ClCommandFileTokenizer::SkipLineComment() {
   ++CurColumn; // the first "/"
   for (int Ch = Peek(); Ch != EndOfFile && Ch != '\n'; Ch = Peek()) {
     Get();
-    ++CurColumn;
+    Step(Ch);
   }
 }
 
@@ -230,12 +237,37 @@ std::vector<ClToken> ClCommandFileTokenizer::Tokenize(const std::string &Text) {
   return Tokens;
 }
 
-std::vector<ClToken> ClLine::ReadCommandFile(std::istream &In,
-                                             const std::string &Name) {
+std::string ClLine::ReadCommandFileText(std::istream &In,
+                                        const std::string &Name,
+                                        const ClPlace &OptionPlace) {
+  std::string Bytes;
+  if (std::streambuf *Source = In.rdbuf()) {
+    Bytes.resize(std::max(RemainingSize(In), DefaultChunk));
+    std::size_t Filled = 0;
+    for (;;) {
+      if (Filled == Bytes.size())
+        Bytes.resize(Bytes.size() * 2);
+      const std::streamsize Got = Source->sgetn(
+          &Bytes[Filled], static_cast<std::streamsize>(Bytes.size() - Filled));
+      if (Got <= 0)
+        break;
+      Filled += static_cast<std::size_t>(Got);
+    }
+    Bytes.resize(Filled);
+  }
+  std::string Text;
+  if (!GeUnicode::DecodeMarkedText(Bytes, Text))
+    throw CommandFileNotFound(Name, OptionPlace);
+  return Text;
+}
+
+std::vector<ClToken> ClLine::TokenizeCommandFile(const std::string &Text,
+                                                 const std::string &Name) {
   OgSourceLineSequence &Lines = ClCommandFileLines();
   OgSourceLineSequence::Builder Build(Lines);
   const std::uint32_t Base = Build.BeginFile(GeRcPtr<DiFile>(new DiFile(Name)));
-  ClCommandFileTokenizer Tokenizer(In, &Lines, Base, RemainingSize(In), Name);
+  std::istringstream In(Text);
+  ClCommandFileTokenizer Tokenizer(In, &Lines, Base, Text.size(), Name);
   std::vector<ClToken> Tokens;
   try {
     ClToken Token;
@@ -247,4 +279,9 @@ std::vector<ClToken> ClLine::ReadCommandFile(std::istream &In,
   }
   Build.EndFile(Tokenizer.Line());
   return Tokens;
+}
+
+std::vector<ClToken> ClLine::ReadCommandFile(std::istream &In,
+                                             const std::string &Name) {
+  return TokenizeCommandFile(ReadCommandFileText(In, Name, ClPlace()), Name);
 }

@@ -24,12 +24,13 @@ OgSourceLineSequence &ClCommandFileLines();
 /// Cuts a command file into tokens, byte by byte with one character of
 /// look-ahead.
 ///
-/// Lines start at 1 and count line feeds; columns start at 1 and count bytes
-/// on the line. Inside a quoted stretch only the column advances, line feeds
-/// included. A token's position is that of its first byte, or of its opening
-/// quote when the token begins with a quoted stretch; it is made as line index
-/// BaseIndex + line - 1 and the column in the sequence Lines (which may be
-/// null for a bare tokenizer).
+/// Lines start at 1 and count line feeds; columns start at 1 and count
+/// characters on the line: every byte except a UTF-8 continuation byte
+/// (10xxxxxx) is one column. Tokens stay bytes as they stand. Inside a quoted
+/// stretch only the column advances, line feeds included. A token's position is
+/// that of its first byte, or of its opening quote when the token begins with a
+/// quoted stretch; it is made as line index BaseIndex + line - 1 and the column
+/// in the sequence Lines (which may be null for a bare tokenizer).
 ///
 /// The tokenizer reads from the stream's buffer and does not own it.
 class ClCommandFileTokenizer {
@@ -64,6 +65,8 @@ private:
   int Peek();
   bool Refill();
   void MarkStart();
+  /// Advances the column past the byte Ch.
+  void Step(int Ch);
   void Ordinary(int Ch);
   void ReadQuoted();
   void SkipBlockComment();

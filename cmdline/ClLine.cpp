@@ -6,6 +6,7 @@
 #include "cmdline/ClParser.h"
 #include "general/GeInternalFailure.h"
 
+#include <exception>
 #include <memory>
 #include <set>
 #include <utility>
@@ -24,20 +25,24 @@ std::string UnmatchedText(const std::vector<ClToken> &Tokens) {
 }
 
 /// The token lists being walked: the typed arguments at the bottom, above
-/// them the tokens of each command file being expanded. A file's list stays
-/// until all its tokens are consumed; while it is there the file is being
-/// processed and may not be named again.
+/// them the tokens of each command file being expanded. A file is being
+/// processed, and may not be named again, until all its tokens are consumed.
+///
+/// Only the top list may be used up: a list whose last token named the next
+/// file is dropped when that file is pushed, and its files stay active with
+/// the new list. So a chain of files, each naming the next at its end, takes
+/// one list however long it is, and the token behind the current one is found
+/// without looking further down than one list.
 class Cursor {
 public:
   explicit Cursor(const std::vector<ClToken> &Arguments) {
-    Frames.push_back(Frame{&Arguments, nullptr, 0, false});
+    Frames.push_back(Frame{&Arguments, nullptr, 0, {}});
   }
 
   /// The next token to walk, or null after the last one. Leaves the files
   /// whose tokens are all consumed.
   const ClToken *Current() {
-    while (!Frames.empty() &&
-           Frames.back().Next >= Frames.back().Tokens->size())
+    while (!Frames.empty() && Exhausted(Frames.back()))
       Pop();
     if (Frames.empty())
       return nullptr;
@@ -47,13 +52,13 @@ public:
 
   /// The token behind Current(), across the end of a file.
   const ClToken *Following() const {
-    for (std::size_t I = Frames.size(); I-- > 0;) {
-      const Frame &F = Frames[I];
-      const std::size_t Index = F.Next + (I + 1 == Frames.size() ? 1 : 0);
-      if (Index < F.Tokens->size())
-        return &(*F.Tokens)[Index];
-    }
-    return nullptr;
+    const Frame &Top = Frames.back();
+    if (Top.Next + 1 < Top.Tokens->size())
+      return &(*Top.Tokens)[Top.Next + 1];
+    if (Frames.size() < 2)
+      return nullptr;
+    const Frame &Below = Frames[Frames.size() - 2];
+    return &(*Below.Tokens)[Below.Next];
   }
 
   /// Consumes Current().
@@ -62,20 +67,24 @@ public:
       ++Frames.back().Next;
   }
 
-  bool IsBeingProcessed(const std::string &Name) const {
-    return Active.count(Name) != 0;
+  bool IsBeingProcessed(const ClFileId &File) const {
+    return Active.count(File) != 0;
   }
-  std::size_t FileDepth() const { return Active.size(); }
 
-  /// Walks Tokens of the file Name next.
-  void Push(const std::string &Name, std::vector<ClToken> Tokens) {
+  /// Walks Tokens of File next.
+  void Push(const ClFileId &File, std::vector<ClToken> Tokens) {
     if (Tokens.empty())
       return;
+    std::vector<ClFileId> Files;
+    if (Exhausted(Frames.back())) {
+      Files = std::move(Frames.back().Files);
+      Frames.pop_back();
+    }
+    Files.push_back(File);
+    Active.insert(File);
     auto Owned = std::make_unique<std::vector<ClToken>>(std::move(Tokens));
     const std::vector<ClToken> *List = Owned.get();
-    Frames.push_back(Frame{List, std::move(Owned), 0, true});
-    Names.push_back(Name);
-    Active.insert(Name);
+    Frames.push_back(Frame{List, std::move(Owned), 0, std::move(Files)});
   }
 
 private:
@@ -83,22 +92,42 @@ private:
     const std::vector<ClToken> *Tokens;
     std::unique_ptr<std::vector<ClToken>> Owned;
     std::size_t Next;
-    bool IsFile;
+    /// The files that end with this list's last token.
+    std::vector<ClFileId> Files;
   };
 
+  static bool Exhausted(const Frame &F) { return F.Next >= F.Tokens->size(); }
+
   void Pop() {
-    if (Frames.back().IsFile) {
-      Active.erase(Names.back());
-      Names.pop_back();
-    }
+    for (const ClFileId &File : Frames.back().Files)
+      Active.erase(File);
     Frames.pop_back();
   }
 
   std::vector<Frame> Frames;
-  /// The names of the file frames, bottom to top.
-  std::vector<std::string> Names;
-  std::set<std::string> Active;
+  std::set<ClFileId> Active;
 };
+
+/// Reads the command file named by the option at OptionPlace and pushes its
+/// tokens. Files are announced the first time they are read (Announced holds
+/// those). Raises the command-file errors of ClLine.
+void ExpandCommandFile(Cursor &Walker, const ClCommandFileArg &Option,
+                       const std::string &Name, const ClPlace &OptionPlace,
+                       std::set<ClFileId> &Announced) {
+  const ClFileId File = Option.Identify(Name);
+  if (Walker.IsBeingProcessed(File))
+    throw ClLine::CommandFileRecursionError(Name, OptionPlace);
+  std::string Text;
+  {
+    std::unique_ptr<std::istream> In = Option.Open(Name);
+    if (!In || !*In)
+      throw ClLine::CommandFileNotFound(Name, OptionPlace);
+    Text = ClLine::ReadCommandFileText(*In, Name, OptionPlace);
+  }
+  if (Announced.insert(File).second)
+    Option.Announce(Name);
+  Walker.Push(File, ClLine::TokenizeCommandFile(Text, Name));
+}
 
 bool BeginsWithName(const std::string &Text, const ClArg &Option) {
   const std::string &Long = Option.LongName();
@@ -184,10 +213,27 @@ ClWalkResult ClLine::Walk(ClParser &Root,
                           const ClWalkSettings &Settings) const {
   ClWalkResult Result;
   std::vector<ClToken> Unexpected;
+  std::exception_ptr FirstError;
+  const auto Keep = [&FirstError](std::exception_ptr Error) {
+    if (!FirstError)
+      FirstError = std::move(Error);
+  };
+  std::set<ClFileId> Announced;
   Cursor Walker(Args);
   while (const ClToken *Token = Walker.Current()) {
+    if (!Settings.HelpToken.empty() && Token->Text == Settings.HelpToken) {
+      Result.HelpRequested = true;
+      return Result;
+    }
     const ClToken *Next = Walker.Following();
-    const ClMatch Match = Root.Match(*Token, Next);
+    ClMatch Match;
+    try {
+      Match = Root.Match(*Token, Next);
+    } catch (const ClParser::ParseError &) {
+      Keep(std::current_exception());
+      Walker.Advance();
+      continue;
+    }
     if (Match.Kind == ClNoMatch) {
       if (Token->Text.size() > 1 && Token->Text[0] == '-' &&
           !Settings.AcceptUnknownOptions)
@@ -206,8 +252,12 @@ ClWalkResult ClLine::Walk(ClParser &Root,
       if (!Next)
         GeInternalFailure(ClText(ClMsg::MissingSeparateToken));
       const std::string &Para = Next->Text;
-      if (Para.size() > 1 && Para[0] == '-' && Para.compare(0, 3, "---") != 0)
-        throw ParaBeginsWithMinusError(*Token, *Next);
+      if (Para.size() > 1 && Para[0] == '-' && Para.compare(0, 3, "---") != 0) {
+        Keep(std::make_exception_ptr(ParaBeginsWithMinusError(*Token, *Next)));
+        Walker.Advance();
+        Walker.Advance();
+        continue;
+      }
     }
     if (Settings.RecordOptions &&
         !(Settings.NotRecorded &&
@@ -232,14 +282,14 @@ ClWalkResult ClLine::Walk(ClParser &Root,
 
     const std::string Name =
         CommandFile->FileName(Match.Parser->Occurrences().back().Parameter());
-    if (Walker.IsBeingProcessed(Name) ||
-        Walker.FileDepth() >= MaxCommandFileDepth)
-      throw CommandFileRecursionError(Name, OptionPlace);
-    std::unique_ptr<std::istream> In = CommandFile->Open(Name);
-    if (!In || !*In)
-      throw CommandFileNotFound(Name, OptionPlace);
-    Walker.Push(Name, ReadCommandFile(*In, Name));
+    try {
+      ExpandCommandFile(Walker, *CommandFile, Name, OptionPlace, Announced);
+    } catch (const ErrorBase &) {
+      Keep(std::current_exception());
+    }
   }
+  if (FirstError)
+    std::rethrow_exception(FirstError);
   if (!Unexpected.empty())
     throw UnmatchedError(std::move(Unexpected));
   Root.Check();

@@ -27,6 +27,11 @@ struct ClWalkSettings {
   /// Tokens that begin with this option's name ("--" and its long name, or
   /// "-" and its short letter) are not recorded. May be null.
   const ClArg *NotRecorded = nullptr;
+  /// A token equal to this text where an option may stand (not taken as a
+  /// separate parameter) asks for help: the walk stops there and answers
+  /// ClWalkResult::HelpRequested, whatever errors it met before. Empty: no
+  /// such token.
+  std::string HelpToken;
 };
 
 /// What the walk hands back to its caller.
@@ -40,18 +45,30 @@ struct ClWalkResult {
   std::vector<ClToken> Recorded;
   /// Recorded option tokens of options with the second mark.
   std::vector<ClToken> SecondRecorded;
+  /// The walk met the help token (see ClWalkSettings::HelpToken). The other
+  /// lists then hold what was walked before it, and no occurrence was
+  /// checked.
+  bool HelpRequested = false;
 };
 
 /// The command line of one run. Holds the typed arguments; Walk offers them
 /// to a parser tree.
 ///
 /// When the walk meets an option of kind ClCommandFileArg, the named file is
-/// read at once and its tokens are walked in place of the option, exactly as
-/// if they had been typed there; command files named inside are expanded the
-/// same way. A file that is still being walked (its tokens are not all
-/// consumed) may not be named again: that is a recursion error. Nesting is
-/// also refused beyond MaxCommandFileDepth files, which only names spelled
-/// differently for one file can reach.
+/// read whole and closed, and its tokens are walked in place of the option,
+/// exactly as if they had been typed there; command files named inside are
+/// expanded the same way. The token lists of nested files are kept on an
+/// explicit stack, so nesting is limited only by memory. A file that is
+/// still being walked (its tokens are not all consumed) may not be named
+/// again, under any spelling (files are compared by ClCommandFileArg::
+/// Identify): that is a recursion error, reported with the name as it was
+/// requested.
+///
+/// An error met in the middle of the walk (a parse error of a token, the
+/// initial-dash rule, a command file that cannot be read) does not stop it at
+/// once: the first one is kept, the rest of the tokens are still walked so
+/// that a later help token wins, and the kept error is raised at the end,
+/// before the unknown options are reported.
 class ClLine {
 public:
   class ErrorBase;
@@ -61,8 +78,6 @@ public:
   class CommandFileRecursionError;
   class UnmatchedQuoteError;
   class UnmatchedSlashStarError;
-
-  static constexpr std::size_t MaxCommandFileDepth = 100;
 
   ClLine() = default;
   /// The arguments Argv[1] .. Argv[Argc - 1], each placed at its index; a
@@ -85,10 +100,21 @@ public:
   ClWalkResult Walk(ClParser &Root,
                     const ClWalkSettings &Settings = ClWalkSettings()) const;
 
-  /// Reads all tokens of the command file Name from In. The file is entered
-  /// in the process-wide command-file line sequence (ClCommandFileLines), and
-  /// the tokens' positions point into it. Raises UnmatchedQuoteError and
-  /// UnmatchedSlashStarError; no tokens are returned then.
+  /// Reads the rest of In, the command file Name, and answers its text as
+  /// UTF-8 (GeUnicode::DecodeMarkedText: a UTF-8 mark is dropped, UTF-16
+  /// with its mark is decoded). Malformed UTF-16 raises CommandFileNotFound
+  /// placed at OptionPlace.
+  static std::string ReadCommandFileText(std::istream &In,
+                                         const std::string &Name,
+                                         const ClPlace &OptionPlace);
+  /// All tokens of Text, the contents of the command file Name. The file is
+  /// entered in the process-wide command-file line sequence
+  /// (ClCommandFileLines), and the tokens' positions point into it. Raises
+  /// UnmatchedQuoteError and UnmatchedSlashStarError; no tokens are returned
+  /// then.
+  static std::vector<ClToken> TokenizeCommandFile(const std::string &Text,
+                                                  const std::string &Name);
+  /// ReadCommandFileText (with no option place), then TokenizeCommandFile.
   static std::vector<ClToken> ReadCommandFile(std::istream &In,
                                               const std::string &Name);
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <sstream>
 #include <string>
 
 void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoFatalError(
@@ -84,14 +85,23 @@ void WriteLevelAndTag(std::ostream &Out, const MsMessage &M,
 }
 
 /// Writes the content from the buffer's column, ends the last line, and hands
-/// the whole message to Out.
+/// the whole message to Out. When the content starts on a new line (its first
+/// word did not fit after the heading, as after a long position), the blanks
+/// that end the heading are dropped, so that the line does not end in them.
 void FinishMessage(std::ostream &Out, GeFresh_ostrstream &Buffer,
                    const MsMessageFormatter &Formatter, const MsMessage &M) {
+  std::ostringstream Content;
   Formatter.WriteContentWrapped(
-      Buffer, M, static_cast<std::uint32_t>(std::max(Buffer.Column(), 0)));
-  if (Buffer.Column() != 0)
-    Buffer << '\n';
+      Content, M, static_cast<std::uint32_t>(std::max(Buffer.Column(), 0)));
   std::string Text = Buffer.str();
+  const std::string Body = Content.str();
+  if (!Body.empty() && Body[0] == '\n') {
+    const std::size_t Kept = Text.find_last_not_of(' ');
+    Text.erase(Kept == std::string::npos ? 0 : Kept + 1);
+  }
+  Text += Body;
+  if (!Text.empty() && Text.back() != '\n')
+    Text += '\n';
   Out.write(Text.data(), static_cast<std::streamsize>(Text.size()));
 }
 

@@ -23,6 +23,13 @@ void MsApplyDiagnosticLevel(MsConsole &Console, MsConsole::Level Lvl,
 
 namespace {
 const char DiagHint[] = "tag,tag,...";
+
+/// Whether the walk met the flag of Parser in a form it accepts: a flag keeps
+/// its first occurrence, which must carry no parameter.
+bool FlagWalked(const ClArgParser &Parser) {
+  const std::vector<ClOccurrence> &Occs = Parser.Occurrences();
+  return !Occs.empty() && Occs.front().InToken.empty();
+}
 } // namespace
 
 MsSubSystem::MsSubSystem()
@@ -83,16 +90,25 @@ void MsSubSystem::Apply(MsConsole &Console, std::ostream &StandardOut) const {
     Console.SetWarningsAreErrors(true);
   if (WarningsAffectExitCode.IsGiven())
     Console.SetWarningsAffectExitCode(true);
-  if (OnlyStdout.IsGiven())
-    Console.SetErrorStream(StandardOut);
-  if (NoWrap.IsGiven())
-    Console.GetFormatter().SetWidth(-1);
+  ApplyOutputOptions(Console, StandardOut);
   if (ErrorLimit.IsGiven())
     Console.SetErrorLimit(static_cast<std::uint32_t>(ErrorLimit.Value()));
   for (const auto &Value : Diag.Values())
     MsApplyDiagnosticLevel(Console, Value.Level, Value.Item.Text,
                            Value.Item.Place.Position);
   ApplyDependencies(Console);
+}
+
+void MsSubSystem::ApplyOutputOptions(MsConsole &Console) const {
+  ApplyOutputOptions(Console, std::cout);
+}
+
+void MsSubSystem::ApplyOutputOptions(MsConsole &Console,
+                                     std::ostream &StandardOut) const {
+  if (FlagWalked(OnlyStdoutParser))
+    Console.SetErrorStream(StandardOut);
+  if (FlagWalked(NoWrapParser))
+    Console.GetFormatter().SetWidth(-1);
 }
 
 void MsSubSystem::ApplyDependencies(MsConsole &Console) const {

@@ -47,6 +47,13 @@ public:
   /// Apply with standard output.
   void Apply(MsConsole &Console) const;
 
+  /// Hands Console only_stdout and no_wrap_diagnostics (as Apply does) when
+  /// the walk met them, well-formed, whether or not the parse went on to
+  /// succeed: the command-line errors of that parse obey them too.
+  void ApplyOutputOptions(MsConsole &Console, std::ostream &StandardOut) const;
+  /// ApplyOutputOptions with standard output.
+  void ApplyOutputOptions(MsConsole &Console) const;
+
   /// Opens the dependency lists the dependencies occurrences ask for, each
   /// an output file of kind Temp whose path MsDependHandler::ListPath forms
   /// from the destination and the console's main output name, and adds them

@@ -133,6 +133,47 @@ std::string Utf16ToUtf8(const std::u16string &Text) {
   return Out;
 }
 
+bool DecodeMarkedText(const std::string &Bytes, std::string &Text) {
+  const auto Byte = [&Bytes](std::size_t I) {
+    return static_cast<unsigned char>(Bytes[I]);
+  };
+  const bool Little = Bytes.size() >= 2 && Byte(0) == 0xFF && Byte(1) == 0xFE;
+  const bool Big = Bytes.size() >= 2 && Byte(0) == 0xFE && Byte(1) == 0xFF;
+  if (!Little && !Big) {
+    const bool Utf8Mark = Bytes.size() >= 3 && Byte(0) == 0xEF &&
+                          Byte(1) == 0xBB && Byte(2) == 0xBF;
+    Text.assign(Bytes, Utf8Mark ? 3 : 0, std::string::npos);
+    return true;
+  }
+  if (Bytes.size() % 2 != 0)
+    return false;
+  const auto Unit = [&](std::size_t I) {
+    const char16_t First = Byte(I);
+    const char16_t Second = Byte(I + 1);
+    return static_cast<char16_t>(Little ? First | Second << 8
+                                        : First << 8 | Second);
+  };
+  Text.clear();
+  Text.reserve(Bytes.size());
+  for (std::size_t I = 2, N = Bytes.size(); I < N; I += 2) {
+    const char16_t High = Unit(I);
+    if (High < 0xD800 || High > 0xDFFF) {
+      AppendUtf8(High, Text);
+      continue;
+    }
+    if (High > 0xDBFF || I + 2 >= N)
+      return false;
+    const char16_t Low = Unit(I + 2);
+    if (Low < 0xDC00 || Low > 0xDFFF)
+      return false;
+    AppendUtf8(0x10000 + ((CodePoint(High) - 0xD800) << 10) +
+                   (CodePoint(Low) - 0xDC00),
+               Text);
+    I += 2;
+  }
+  return true;
+}
+
 std::string WideToNarrow(const std::wstring &Text, const std::locale &Locale) {
   using Codecvt = std::codecvt<wchar_t, char, std::mbstate_t>;
   const Codecvt &Cvt = std::use_facet<Codecvt>(Locale);

@@ -54,6 +54,15 @@ std::u16string Utf8ToUtf16(const std::string &Text);
 /// lone surrogate is written as the three-byte form of its value.
 std::string Utf16ToUtf8(const std::u16string &Text);
 
+/// The text of a file's bytes as UTF-8, chosen by the byte-order mark the
+/// bytes start with: after a UTF-8 mark (EF BB BF) the rest as it stands;
+/// after a UTF-16 mark (FF FE little-endian, FE FF big-endian) the rest
+/// decoded from UTF-16; without a mark every byte as it stands. Answers false
+/// for malformed UTF-16 (an odd number of bytes, a surrogate that is not part
+/// of a pair); Text is unspecified then. Only a mark at the very start
+/// counts: a U+FEFF further on is an ordinary character.
+bool DecodeMarkedText(const std::string &Bytes, std::string &Text);
+
 /// Converts wide text to the narrow character set of Locale (the global
 /// locale by default; UTF-8 for a UTF-8 locale). Each wide character that the
 /// locale cannot represent becomes one "?". Never fails.

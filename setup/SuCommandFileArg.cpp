@@ -26,6 +26,9 @@ SuCommandFileArg::Open(const std::string &Name) const {
       std::make_unique<GeUnicode::InFileStream>(GeUnicode::Utf8ToUtf16(Name));
   if (!Stream->IsOpen())
     return nullptr;
-  MsGetConsole().AnnounceFile(Name);
   return Stream;
+}
+
+void SuCommandFileArg::Announce(const std::string &Name) const {
+  MsGetConsole().AnnounceFile(Name);
 }

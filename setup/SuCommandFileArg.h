@@ -11,14 +11,15 @@
 /// The option -f that names a command file. A name without an extension gets
 /// ".xcl" appended; the file is opened through GeUnicode::InFileStream, in
 /// binary mode. A directory cannot be opened as a command file. Every file
-/// opened is announced to the console as a file read (for dependency lists),
-/// under the name it was opened by.
+/// read is announced to the console once as a file read (for dependency lists
+/// and the IDE), under the name it was first requested by.
 class SuCommandFileArg : public ClCommandFileArg {
 public:
   SuCommandFileArg();
 
   std::string FileName(const std::string &Parameter) const override;
   std::unique_ptr<std::istream> Open(const std::string &Name) const override;
+  void Announce(const std::string &Name) const override;
 };
 
 #endif

@@ -35,6 +35,9 @@ void SuToolOptions::TakeOver() {}
 namespace {
 
 constexpr char NoSignOnMarker[] = "<NoSignOn>";
+/// Asks for help where an option may stand, typed or in a command file. It is
+/// not an option of the parser tree, so the option listing leaves it out.
+constexpr char HelpToken[] = "--help";
 constexpr std::size_t NoSignOnLength = sizeof NoSignOnMarker - 1;
 
 std::string &ProgramPathSetting() {
@@ -137,7 +140,14 @@ class SuConsoleSubSystem : public SuSubSystem {
 public:
   void Setup(SuSetup &Setup, SuContinuation &Next) override {
     Options.DeclareOptions(Setup.Parser());
-    Next.Continue();
+    try {
+      Next.Continue();
+    } catch (const MsConsoleException &) {
+      // The errors that stopped the run are still queued; they obey the
+      // output options already walked.
+      Options.ApplyOutputOptions(Setup.Console());
+      throw;
+    }
     Options.Apply(Setup.Console());
   }
 
@@ -199,7 +209,6 @@ public:
   const ClWalkResult &Walked() const { return Result; }
 
 private:
-  bool HelpRequested() const;
   void PrintHelp();
   void ReportWalkErrors(ClParser &Root);
 
@@ -214,13 +223,6 @@ private:
   ClStringArg DistributeMfc;
   ClWalkResult Result;
 };
-
-bool SuDoItContinuation::HelpRequested() const {
-  for (const ClToken &Token : Line.Arguments())
-    if (Token.Text == "--help")
-      return true;
-  return false;
-}
 
 void SuDoItContinuation::PrintHelp() {
   MsConsole &Console = Setup.Console();
@@ -253,20 +255,21 @@ void SuDoItContinuation::Continue() {
   if (CommandFile)
     Root.Add(std::make_unique<ClMultiVal<ClCommandFileArg>>(*CommandFile));
 
-  if (HelpRequested())
-    PrintHelp();
   ReportWalkErrors(Root);
 }
 
 void SuDoItContinuation::ReportWalkErrors(ClParser &Root) {
   MsConsole &Console = Setup.Console();
   ClWalkSettings Settings;
+  Settings.HelpToken = HelpToken;
   if (ToolKind == 1) {
     Settings.RecordOptions = true;
     Settings.NotRecorded = &DistributeMfc;
   }
   try {
     Result = Line.Walk(Root, Settings);
+    if (Result.HelpRequested)
+      PrintHelp();
   } catch (const ClArgParser::ParseError &Error) {
     ReportAt(Console, SuMsgInternalText2, Error.Place(), {Error.Text()});
     throw MsConsoleException();

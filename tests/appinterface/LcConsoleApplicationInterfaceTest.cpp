@@ -120,6 +120,59 @@ TEST(LcConsoleApplicationInterfaceTest, WrappedAtWidth79) {
       "          processing that file\n");
 }
 
+TEST(LcConsoleApplicationInterfaceTest, TextAfterALongPositionStartsBelowIt) {
+  InterfaceFixture F;
+  F.Console.Start();
+  const std::string Deep = "a/deep/folder/of/command/files/that/nobody/would/"
+                           "type/by/hand/opts.xcl";
+  OgSourceLineSequence Seq;
+  OgSourceLineSequence::Builder Build(Seq);
+  const std::uint32_t Base = Build.BeginFile(GeRcPtr<DiFile>(new DiFile(Deep)));
+  Build.EndFile(3);
+  const DiSourceRange At(DiSourcePosition(Base + 1, 1, &Seq));
+  F.Console.Report(SuTag(SuMsgCommandFileRecursion),
+                   MsConsole::CommandLineError, At, MsFillIns{"opts.xcl"});
+  F.Console.Report(SuTag(SuMsgDeprecatedOption), MsConsole::Warning, At,
+                   MsFillIns{"--old"});
+  const std::string Expected =
+      "\n\"" + Deep +
+      "\",2  Command line error:\n"
+      "          Command file recursion. A request to process \"opts.xcl\" was "
+      "found\n"
+      "          while already processing that file\n"
+      "\n\"" +
+      Deep +
+      "\",2  Warning[Su013]:\n"
+      "          The use of this option is deprecated: --old\n";
+  EXPECT_EQ(F.Err.str(), Expected);
+}
+
+TEST(LcConsoleApplicationInterfaceTest, NoLineEndsWithABlank) {
+  // Headings of every length before texts of every length.
+  InterfaceFixture F;
+  F.Console.SetErrorLimit(0);
+  F.Console.Start();
+  for (std::size_t NameLength = 1; NameLength < 120; NameLength += 3) {
+    OgSourceLineSequence Seq;
+    OgSourceLineSequence::Builder Build(Seq);
+    const std::uint32_t Base = Build.BeginFile(
+        GeRcPtr<DiFile>(new DiFile(std::string(NameLength, 'n'))));
+    Build.EndFile(1);
+    const DiSourceRange At(DiSourcePosition(Base, 1, &Seq));
+    for (std::size_t WordLength = 1; WordLength < 90; WordLength += 11)
+      F.Console.Report(SuTag(SuMsgCommandFileNotFound),
+                       MsConsole::CommandLineError, At,
+                       MsFillIns{std::string(WordLength, 'w')});
+  }
+  const std::string Err = F.Err.str();
+  EXPECT_EQ(Err.find(" \n"), std::string::npos) << Err;
+  std::istringstream Lines(Err);
+  std::size_t Count = 0;
+  for (std::string Line; std::getline(Lines, Line);)
+    Count += Line.compare(0, 10, "          ") == 0;
+  EXPECT_GT(Count, 100u);
+}
+
 TEST(LcConsoleApplicationInterfaceTest, NoWrapKeepsOneLine) {
   InterfaceFixture F;
   F.Console.GetFormatter().SetWidth(-1);
@@ -140,11 +193,11 @@ TEST(LcConsoleApplicationInterfaceTest, LongWordCutAtWidth79) {
   std::string Path(150, 'p');
   F.Console.Report(SuTag(SuMsgCommandFileNotFound), MsConsole::CommandLineError,
                    Path);
-  EXPECT_EQ(F.Err.str(),
-            "Command line error: Unable to open the command file\n"
-            "          \"" +
-                Path.substr(0, 68) + "\n          " + Path.substr(68, 69) +
-                "\n          " + Path.substr(137) + "\"\n");
+  EXPECT_EQ(F.Err.str(), "Command line error: Unable to open the command file\n"
+                         "          \"" +
+                             Path.substr(0, 68) + "\n          " +
+                             Path.substr(68, 69) + "\n          " +
+                             Path.substr(137) + "\"\n");
 }
 
 TEST(LcConsoleApplicationInterfaceTest, NoLinePassesColumn79) {

@@ -2,9 +2,12 @@
 // comments, line and column counting, errors and their positions.
 #include "cmdline/ClCommandFile.h"
 #include "cmdline/ClLine.h"
+#include "general/GeUnicode.h"
+#include "tests/general/GeTextEncodingSupport.h"
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -108,10 +111,20 @@ const LexCase LexCases[] = {
     {"backslash outside quotes",
      "a\\b \\\"c\"",
      {{"a\\b", 1, 1}, {"\\c", 1, 5}}},
-    // Bytes.
+    // Bytes. Columns count characters: a UTF-8 continuation byte does not
+    // advance the column, any other byte does.
     {"bytes above 127",
      "\xc3\xa9t\xe9 \xff",
-     {{"\xc3\xa9t\xe9", 1, 1}, {"\xff", 1, 6}}},
+     {{"\xc3\xa9t\xe9", 1, 1}, {"\xff", 1, 5}}},
+    {"characters of several bytes",
+     "\xc3\xa4 \xe2\x82\xac \xf0\x9d\x84\x9e x",
+     {{"\xc3\xa4", 1, 1},
+      {"\xe2\x82\xac", 1, 3},
+      {"\xf0\x9d\x84\x9e", 1, 5},
+      {"x", 1, 7}}},
+    {"characters in quotes and comments",
+     "\"\xc3\xa4\xc3\xb6\" /*\xe2\x82\xac*/x // \xc3\xa4\ny",
+     {{"\xc3\xa4\xc3\xb6", 1, 1}, {"x", 1, 11}, {"y", 2, 1}}},
     {"control characters",
      "\x01\x02 \x1b[0m",
      {{"\x01\x02", 1, 1}, {"\x1b[0m", 1, 4}}},
@@ -228,6 +241,18 @@ TEST(ClCommandFileTokenizer, LongTokensAndManyTokens) {
   EXPECT_EQ(Lots.back(), (Tok{"t", 100000, 1}));
 }
 
+TEST(ClCommandFileTokenizer, BareTokenizerKeepsAByteOrderMark) {
+  // Marks are the reader's business (ClLine::ReadCommandFileText); the
+  // tokenizer takes them as the bytes they are.
+  EXPECT_EQ(Lex("\xef\xbb\xbf"
+                "a b",
+                0),
+            (std::vector<Tok>{{"\xef\xbb\xbf"
+                               "a",
+                               1, 1},
+                              {"b", 1, 4}}));
+}
+
 TEST(ClCommandFileTokenizer, TokenizeConvenience) {
   std::vector<ClToken> Tokens =
       ClCommandFileTokenizer::Tokenize("--check=a /*c*/ \"b c\"");
@@ -235,6 +260,107 @@ TEST(ClCommandFileTokenizer, TokenizeConvenience) {
   EXPECT_EQ(Tokens[0].Text, "--check=a");
   EXPECT_EQ(Tokens[1].Text, "b c");
   EXPECT_EQ(Tokens[1].Place.Position.Column(), 17u);
+}
+
+// --- Encodings ------------------------------------------------------------
+
+using GeTextEncoding::AllEncodings;
+using GeTextEncoding::Encode;
+using GeTextEncoding::Encoding;
+
+/// Whether Text is well-formed UTF-8 that UTF-16 can hold.
+bool IsUtf8(const std::string &Text) {
+  const std::u16string Units = GeUnicode::Utf8ToUtf16(Text);
+  for (char16_t Unit : Units)
+    if (Unit >= 0xDC80 && Unit <= 0xDCFF)
+      return false;
+  return GeUnicode::Utf16ToUtf8(Units) == Text;
+}
+
+/// The tokens of a command file holding Bytes, read as the walk reads it.
+std::vector<Tok> ReadTokens(const std::string &Bytes) {
+  std::istringstream In(Bytes);
+  std::vector<Tok> Result;
+  for (const ClToken &Token : ClLine::ReadCommandFile(In, "enc.xcl"))
+    Result.push_back(Tok{Token.Text, Token.Place.Position.Line(),
+                         Token.Place.Position.Column()});
+  return Result;
+}
+
+TEST(ClReadCommandFile, EveryEncodingGivesTheTokensOfPlainUtf8) {
+  std::size_t Compared = 0;
+  for (const LexCase &C : LexCases) {
+    if (!IsUtf8(C.Input))
+      continue;
+    ++Compared;
+    for (Encoding E : AllEncodings)
+      EXPECT_EQ(ReadTokens(Encode(C.Input, E)), C.Tokens)
+          << C.Name << " in " << GeTextEncoding::Name(E);
+  }
+  // All but the case that holds bytes which are not UTF-8.
+  EXPECT_EQ(Compared, std::size(LexCases) - 1);
+}
+
+TEST(ClReadCommandFile, EveryEncodingGivesTheErrorsOfPlainUtf8) {
+  for (const ErrorCase &C : ErrorCases) {
+    for (Encoding E : AllEncodings) {
+      std::istringstream In(Encode(C.Input, E));
+      try {
+        ClLine::ReadCommandFile(In, "enc.xcl");
+        ADD_FAILURE() << C.Name << " in " << GeTextEncoding::Name(E)
+                      << ": no error";
+      } catch (const ClLine::ErrorBase &Error) {
+        EXPECT_EQ(Error.Tag(),
+                  C.Quote ? ClMsg::UnmatchedQuote : ClMsg::UnmatchedSlashStar)
+            << C.Name << " in " << GeTextEncoding::Name(E);
+        EXPECT_EQ(Error.Place().Position.Line(), C.Line) << C.Name;
+        EXPECT_EQ(Error.Place().Position.Column(), C.Column) << C.Name;
+      }
+    }
+  }
+}
+
+TEST(ClReadCommandFile, CharactersOutsideAsciiInEveryEncoding) {
+  const std::string Text =
+      "--check=\xC3\xA4\xE2\x82\xAC\r\n"
+      "\t\"\xF0\x9D\x84\x9E \xC3\xB6\" /* \xC3\xA9 */ z\r\n"
+      "\xEF\xBB\xBF"
+      "w";
+  const std::vector<Tok> Expected = {{"--check=\xC3\xA4\xE2\x82\xAC", 1, 1},
+                                     {"\xF0\x9D\x84\x9E \xC3\xB6", 2, 2},
+                                     {"z", 2, 16},
+                                     {"\xEF\xBB\xBF"
+                                      "w",
+                                      3, 1}};
+  for (Encoding E : AllEncodings)
+    EXPECT_EQ(ReadTokens(Encode(Text, E)), Expected) << GeTextEncoding::Name(E);
+}
+
+TEST(ClReadCommandFile, MalformedUtf16IsAFileThatCannotBeOpened) {
+  struct Case {
+    const char *Name;
+    std::string Bytes;
+  };
+  const Case Cases[] = {
+      {"odd byte count", std::string("\xFF\xFE-\0f", 5)},
+      {"odd byte count, big-endian", std::string("\xFE\xFF\0-\0", 5)},
+      {"lone high surrogate", std::string("\xFF\xFE"
+                                          "a\0\x00\xD8",
+                                          6)},
+      {"high surrogate before a blank",
+       std::string("\xFE\xFF\xD8\x34\0 \0x", 8)},
+      {"lone low surrogate", std::string("\xFE\xFF\0a\xDD\x1E", 6)},
+  };
+  for (const Case &C : Cases) {
+    std::istringstream In(C.Bytes);
+    try {
+      ClLine::ReadCommandFile(In, "bad.xcl");
+      ADD_FAILURE() << C.Name << ": no error";
+    } catch (const ClLine::CommandFileNotFound &E) {
+      EXPECT_EQ(E.FileName(), "bad.xcl") << C.Name;
+      EXPECT_STREQ(E.what(), "Unable to open the command file \"bad.xcl\"");
+    }
+  }
 }
 
 TEST(ClReadCommandFile, FilesTakeTheirOwnLinesInTheSharedSequence) {

@@ -2,17 +2,23 @@
 #include "cmdline/ClLine.h"
 #include "cmdline/ClCommandFile.h"
 #include "cmdline/ClParser.h"
+#include "tests/general/GeTextEncodingSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace {
+
+using Strings = std::vector<std::string>;
 
 /// A command-file option that reads files from a map instead of the disk.
 class MapFileArg : public ClCommandFileArg {
@@ -21,6 +27,13 @@ public:
       : ClCommandFileArg('f', "", "file",
                          "Read command line options from file") {}
 
+  /// Files are told apart by name, unless Aliases maps a name to another.
+  ClFileId Identify(const std::string &Name) const override {
+    auto It = Aliases.find(Name);
+    ClFileId Id;
+    Id.Name = It == Aliases.end() ? Name : It->second;
+    return Id;
+  }
   std::unique_ptr<std::istream> Open(const std::string &Name) const override {
     ++Opened;
     auto It = Files.find(Name);
@@ -28,9 +41,14 @@ public:
       return nullptr;
     return std::make_unique<std::istringstream>(It->second);
   }
+  void Announce(const std::string &Name) const override {
+    Announced.push_back(Name);
+  }
 
   std::map<std::string, std::string> Files;
+  std::map<std::string, std::string> Aliases;
   mutable int Opened = 0;
+  mutable Strings Announced;
 };
 
 /// A map-backed command-file option that appends ".xcl" to names without a
@@ -47,7 +65,7 @@ public:
 /// A small tree in the shape of a tool's: output once, check gathered, a
 /// flag, and the command-file option.
 struct Tree {
-  explicit Tree(MapFileArg &FileArg) {
+  explicit Tree(ClCommandFileArg &FileArg) {
     Root.Add(std::make_unique<ClOnce>(Output));
     Root.Add(std::make_unique<ClOnce>(All));
     Check = &Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(CheckArg));
@@ -74,8 +92,6 @@ std::vector<std::string> Texts(const std::vector<ClToken> &Tokens) {
     Result.push_back(T.Text);
   return Result;
 }
-
-using Strings = std::vector<std::string>;
 
 // Argument vectors
 // ---------------------------------------------------------------
@@ -285,6 +301,114 @@ TEST(ClLineWalk, UnknownMatchKindIsAnInternalFailure) {
   GeSetInternalFailureHandler(Previous);
 }
 
+// Help and the first error
+// ---------------------------------------------------------
+
+ClWalkSettings WithHelp() {
+  ClWalkSettings Settings;
+  Settings.HelpToken = "--help";
+  return Settings;
+}
+
+TEST(ClLineWalk, HelpTokenStopsTheWalkWhereAnOptionMayStand) {
+  MapFileArg Files;
+  Files.Files["h"] = "--check=a\n--help\n--check=b";
+  Tree T(Files);
+  ClWalkResult R = ClLine(Strings{"src", "-f", "h", "-f", "missing"})
+                       .Walk(T.Root, WithHelp());
+  EXPECT_TRUE(R.HelpRequested);
+  EXPECT_EQ(Texts(R.Positional), (Strings{"src"}));
+  // The walk stopped at the help token: the later file was not opened and no
+  // occurrence was checked.
+  EXPECT_EQ(Files.Opened, 1);
+  EXPECT_TRUE(T.Check->Values().empty());
+}
+
+TEST(ClLineWalk, HelpWinsOverEveryOtherErrorOfTheLine) {
+  MapFileArg Files;
+  Files.Files["q"] = "--all \"open";
+  Files.Files["self"] = "-f self";
+  Files.Files["h"] = "--help";
+  const std::vector<Strings> Lines = {
+      {"--bogus", "--help"},
+      {"--help", "--bogus"},
+      {"-o", "-x", "--help"},
+      {"--help", "-o"},
+      {"-f", "missing", "--help"},
+      {"-f", "q", "--help"},
+      {"-f", "self", "--help"},
+      {"--all=1", "--help"},
+      {"-o", "a", "-o", "b", "--help"},
+      {"-o", "-x", "-f", "h"},
+      {"--bogus", "-f", "h"},
+  };
+  for (const Strings &Line : Lines) {
+    Tree T(Files);
+    ClWalkResult R;
+    EXPECT_NO_THROW(R = ClLine(Line).Walk(T.Root, WithHelp())) << Line[0];
+    EXPECT_TRUE(R.HelpRequested) << Line[0] << ' ' << Line[1];
+  }
+}
+
+TEST(ClLineWalk, HelpTokenAsASeparateParameterIsThatParameter) {
+  MapFileArg Files;
+  Files.Files["p"] = "-o\n--help";
+  for (const Strings &Line : {Strings{"-o", "--help"}, Strings{"-f", "p"}}) {
+    Tree T(Files);
+    try {
+      ClLine(Line).Walk(T.Root, WithHelp());
+      ADD_FAILURE() << Line[1] << ": no error";
+    } catch (const ClLine::ParaBeginsWithMinusError &E) {
+      EXPECT_EQ(E.Parameter().Text, "--help");
+    }
+  }
+  Tree T(Files);
+  ClWalkResult R = ClLine(Strings{"-o", "---help"}).Walk(T.Root, WithHelp());
+  EXPECT_FALSE(R.HelpRequested);
+  EXPECT_EQ(T.Output.Value(), "-help");
+}
+
+TEST(ClLineWalk, HelpTokenIsMatchedWhole) {
+  MapFileArg Files;
+  Tree T(Files);
+  try {
+    ClLine(Strings{"--help=1", "--helps", "-help"}).Walk(T.Root, WithHelp());
+    FAIL() << "no error";
+  } catch (const ClLine::UnmatchedError &E) {
+    EXPECT_EQ(Texts(E.Arguments()), (Strings{"--help=1", "--helps", "-help"}));
+  }
+  // Without a help token "--help" is an unknown option like any other.
+  Tree Plain(Files);
+  EXPECT_THROW(ClLine(Strings{"--help"}).Walk(Plain.Root),
+               ClLine::UnmatchedError);
+}
+
+TEST(ClLineWalk, FirstErrorIsRaisedAfterTheRestWasWalked) {
+  MapFileArg Files;
+  Files.Files["a"] = "--check=x";
+  {
+    Tree T(Files);
+    EXPECT_THROW(ClLine(Strings{"-o", "-x", "--bogus", "-o"}).Walk(T.Root),
+                 ClLine::ParaBeginsWithMinusError);
+  }
+  {
+    Tree T(Files);
+    EXPECT_THROW(
+        ClLine(Strings{"--bogus", "-f", "nope", "-o", "-x"}).Walk(T.Root),
+        ClLine::CommandFileNotFound);
+  }
+  {
+    // The files after the error are still read (a help token may be in
+    // them), but no occurrence is checked.
+    Files.Opened = 0;
+    Tree T(Files);
+    EXPECT_THROW(ClLine(Strings{"-o", "-x", "-f", "a"}).Walk(T.Root),
+                 ClLine::ParaBeginsWithMinusError);
+    EXPECT_EQ(Files.Opened, 1);
+    EXPECT_TRUE(T.Check->Values().empty());
+  }
+}
+
 // Command files
 // --------------------------------------------------------------------
 
@@ -369,6 +493,79 @@ TEST(ClLineCommandFile, RecursionIsFoundByTheMappedName) {
     FAIL() << "no error";
   } catch (const ClLine::CommandFileRecursionError &E) {
     EXPECT_EQ(E.FileName(), "a.xcl");
+  }
+}
+
+TEST(ClLineCommandFile, RecursionIsFoundByIdentityAndNamedAsRequested) {
+  MapFileArg Files;
+  Files.Files["a"] = "--check=x\n -f ./a";
+  Files.Aliases["./a"] = "a";
+  Tree T(Files);
+  try {
+    ClLine(Strings{"-f", "a"}).Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClLine::CommandFileRecursionError &E) {
+    EXPECT_EQ(E.FileName(), "./a");
+    EXPECT_STREQ(E.what(), "Command file recursion. A request to process "
+                           "\"./a\" was found while already processing that "
+                           "file");
+    EXPECT_EQ(E.Place().Position.Line(), 2u);
+    EXPECT_EQ(E.Place().Position.Column(), 2u);
+  }
+  // Found before the second spelling is opened.
+  EXPECT_EQ(Files.Opened, 1);
+}
+
+TEST(ClLineCommandFile, EachFileIsAnnouncedOnceUnderItsFirstName) {
+  MapFileArg Files;
+  Files.Files["a"] = "--check=x";
+  Files.Files["./a"] = "--check=y";
+  Files.Files["b"] = "-f a";
+  Files.Files["e"] = "";
+  Files.Aliases["./a"] = "a";
+  Tree T(Files);
+  ClLine(Strings{"-f", "b", "-f", "./a", "-f", "a", "-f", "e", "-f", "b"})
+      .Walk(T.Root);
+  EXPECT_EQ(T.Checks(), (Strings{"x", "y", "x", "x"}));
+  EXPECT_EQ(Files.Announced, (Strings{"b", "a", "e"}));
+}
+
+TEST(ClLineCommandFile, UnreadableFilesAreNotAnnounced) {
+  MapFileArg Files;
+  Files.Files["bad16"] = std::string("\xFF\xFE-", 3);
+  Tree T(Files);
+  EXPECT_THROW(ClLine(Strings{"-f", "nope", "-f", "bad16"}).Walk(T.Root),
+               ClLine::CommandFileNotFound);
+  EXPECT_TRUE(Files.Announced.empty());
+}
+
+TEST(ClLineCommandFile, Utf16FileIsWalkedLikeItsUtf8Text) {
+  MapFileArg Files;
+  const std::string Text = "--check=\xC3\xA4\n  -o \"\xE2\x82\xAC x\" src";
+  for (GeTextEncoding::Encoding E : GeTextEncoding::AllEncodings) {
+    Files.Files["u"] = GeTextEncoding::Encode(Text, E);
+    Tree T(Files);
+    ClWalkResult R = ClLine(Strings{"-f", "u"}).Walk(T.Root);
+    const char *Name = GeTextEncoding::Name(E);
+    EXPECT_EQ(T.Checks(), (Strings{"\xC3\xA4"})) << Name;
+    EXPECT_EQ(T.Output.Value(), "\xE2\x82\xAC x") << Name;
+    ASSERT_EQ(Texts(R.Positional), (Strings{"src"})) << Name;
+    EXPECT_EQ(R.Positional[0].Place.Position.Line(), 2u) << Name;
+    EXPECT_EQ(R.Positional[0].Place.Position.Column(), 12u) << Name;
+  }
+}
+
+TEST(ClLineCommandFile, MalformedUtf16IsPlacedAtTheOption) {
+  MapFileArg Files;
+  Files.Files["odd"] = std::string("\xFE\xFF\0-\0", 5);
+  Files.Files["outer"] = "\n --all -f odd";
+  Tree T(Files);
+  try {
+    ClLine(Strings{"-f", "outer"}).Walk(T.Root);
+    FAIL() << "no error";
+  } catch (const ClLine::CommandFileNotFound &E) {
+    EXPECT_STREQ(E.what(), "Unable to open the command file \"odd\"");
+    EXPECT_EQ(E.Place().Position.Text(true), "outer\\2:8");
   }
 }
 
@@ -481,13 +678,36 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
   }
 }
 
-TEST(ClLineCommandFile, DeepNestingIsRefused) {
-  // Every file names the next one, so no name repeats.
+TEST(ClLineCommandFile, LongChainOfDistinctFilesIsNotRecursion) {
+  // Every file names the next one, so no name repeats; the last one selects
+  // a check.
   class ChainArg : public MapFileArg {
   public:
     std::unique_ptr<std::istream> Open(const std::string &Name) const override {
+      ++Opened;
+      const int Index = std::stoi(Name);
       return std::make_unique<std::istringstream>(
-          "-f " + std::to_string(std::stoi(Name) + 1));
+          Index == Last ? "--check=end" : "-f " + std::to_string(Index + 1));
+    }
+    int Last = 10000;
+  } Files;
+  Tree T(Files);
+  ClWalkResult R = ClLine(Strings{"-f", "0", "--check=after"}).Walk(T.Root);
+  EXPECT_EQ(T.Checks(), (Strings{"end", "after"}));
+  EXPECT_EQ(Files.Opened, 10001);
+  EXPECT_TRUE(R.Positional.empty());
+  const ClValue &End = T.Check->Values()[0];
+  ASSERT_NE(End.Place.Position.File(), nullptr);
+  EXPECT_EQ(End.Place.Position.File()->Name(), "10000");
+}
+
+TEST(ClLineCommandFile, CycleAtTheEndOfALongChainIsFound) {
+  class ChainArg : public MapFileArg {
+  public:
+    std::unique_ptr<std::istream> Open(const std::string &Name) const override {
+      const int Index = std::stoi(Name);
+      return std::make_unique<std::istringstream>(
+          "-f " + std::to_string(Index == 5000 ? 17 : Index + 1));
     }
   } Files;
   Tree T(Files);
@@ -495,8 +715,85 @@ TEST(ClLineCommandFile, DeepNestingIsRefused) {
     ClLine(Strings{"-f", "0"}).Walk(T.Root);
     FAIL() << "no error";
   } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), std::to_string(ClLine::MaxCommandFileDepth));
+    EXPECT_EQ(E.FileName(), "17");
+    EXPECT_EQ(E.Place().Position.File()->Name(), "5000");
   }
+}
+
+/// A folder of files for the disk-based opener, removed afterwards.
+class DiskFolder {
+public:
+  DiskFolder() {
+    std::string Pattern = ::testing::TempDir() + "cmdline_files_XXXXXX";
+    if (!mkdtemp(&Pattern[0]))
+      throw std::runtime_error("mkdtemp failed");
+    Root = Pattern;
+  }
+  ~DiskFolder() {
+    std::error_code Ignored;
+    std::filesystem::remove_all(Root, Ignored);
+  }
+  std::string Path(const std::string &Name) const { return Root + "/" + Name; }
+  void Write(const std::string &Name, const std::string &Text) const {
+    std::ofstream Out(Path(Name), std::ios_base::binary);
+    Out << Text;
+  }
+
+private:
+  std::string Root;
+};
+
+/// The disk-based opener, remembering what it announced.
+class DiskFileArg : public ClCommandFileArg {
+public:
+  DiskFileArg()
+      : ClCommandFileArg('f', "", "file",
+                         "Read command line options from file") {}
+  void Announce(const std::string &Name) const override {
+    Announced.push_back(Name);
+  }
+  mutable Strings Announced;
+};
+
+TEST(ClLineCommandFile, OneFileUnderAnotherSpellingIsRecursion) {
+  DiskFolder Dir;
+  std::filesystem::create_directory(Dir.Path("sub"));
+  Dir.Write("x", "--check=a");
+  std::filesystem::create_symlink("x", Dir.Path("link"));
+  std::filesystem::create_hard_link(Dir.Path("x"), Dir.Path("hard"));
+  const Strings Spellings = {Dir.Path("x"),        Dir.Path("./x"),
+                             Dir.Path("sub/../x"), Dir.Path("link"),
+                             Dir.Path("hard"),     Dir.Path("sub/../link")};
+  for (const std::string &Spelling : Spellings) {
+    Dir.Write("x", "--check=a\n-f " + Spelling);
+    DiskFileArg Files;
+    Tree T(Files);
+    try {
+      ClLine(Strings{"-f", Dir.Path("link")}).Walk(T.Root);
+      ADD_FAILURE() << Spelling << ": no error";
+    } catch (const ClLine::CommandFileRecursionError &E) {
+      EXPECT_EQ(E.FileName(), Spelling);
+      EXPECT_EQ(E.Place().Position.File()->Name(), Dir.Path("link"));
+      EXPECT_EQ(E.Place().Position.Line(), 2u);
+    }
+  }
+}
+
+TEST(ClLineCommandFile, DistinctFilesWithTheSameTextAreNotRecursion) {
+  DiskFolder Dir;
+  Dir.Write("y", "--check=y");
+  Dir.Write("copy", "--check=y");
+  std::filesystem::create_symlink("y", Dir.Path("ly"));
+  Dir.Write("x", "-f " + Dir.Path("copy") + " -f " + Dir.Path("ly"));
+  DiskFileArg Files;
+  Tree T(Files);
+  ClLine(
+      Strings{"-f", Dir.Path("x"), "-f", Dir.Path("y"), "-f", Dir.Path("./y")})
+      .Walk(T.Root);
+  EXPECT_EQ(T.Checks(), (Strings{"y", "y", "y", "y"}));
+  // y, ly and ./y are one file, announced under its first name.
+  EXPECT_EQ(Files.Announced,
+            (Strings{Dir.Path("x"), Dir.Path("copy"), Dir.Path("ly")}));
 }
 
 TEST(ClLineCommandFile, BaseOpenerReadsBytesFromDisk) {

@@ -126,6 +126,68 @@ TEST(MsMessageFormatterTest, CommandLineErrorLayouts) {
             "command file\n");
 }
 
+TEST(MsMessageFormatterTest, ContentThatStartsANewLineDropsTheHeadingBlank) {
+  /// Content laid out by someone else: a fixed text, and the start column
+  /// it was given.
+  class Fixed : public MsMessageContentInterface {
+  public:
+    Fixed(std::string Body, std::uint32_t &Seen)
+        : Text_(std::move(Body)), Column(Seen) {}
+    void Write(std::ostream &Out, std::uint32_t StartColumn, std::uint16_t,
+               std::uint32_t) const override {
+      Column = StartColumn;
+      Out << Text_;
+    }
+    void WriteUnwrapped(std::ostream &Out) const override { Out << Text_; }
+    std::string Text() const override { return Text_; }
+
+  private:
+    std::string Text_;
+    std::uint32_t &Column;
+  };
+  FormatFixture F;
+  OgSourceLineSequence Seq;
+  OgSourceLineSequence::Builder Build(Seq);
+  const std::uint32_t Base =
+      Build.BeginFile(GeRcPtr<DiFile>(new DiFile("deep/opts.xcl")));
+  Build.EndFile(3);
+  const DiSourceRange At(DiSourcePosition(Base + 1, 1, &Seq));
+  struct Case {
+    int Kind;
+    MsTag Tag;
+    DiSourceRange Where;
+    const char *Body;
+    const char *Expected;
+    std::uint32_t Column;
+  };
+  const Case Cases[] = {
+      {MsMessage::KindCommandLineError, MsTag(), At, "\n          text",
+       "\n\"deep/opts.xcl\",2  Command line error:\n          text\n", 39},
+      {MsMessage::KindWarning, Ms4, At, "\n          text",
+       "\n\"deep/opts.xcl\",2  Warning[Ms004]:\n          text\n", 35},
+      {MsMessage::KindErrorFixed, Ms4, DiSourceRange(), "\n          t",
+       "Error[Ms004]:\n          t\n", 14},
+      {MsMessage::KindInternalError, MsTag(), DiSourceRange(), "\nx",
+       "Internal error:\nx\n", 16},
+      // Content that stays on the heading's line keeps the blank.
+      {MsMessage::KindWarning, Ms4, DiSourceRange(), "fits",
+       "Warning[Ms004]: fits\n", 16},
+      {MsMessage::KindWarning, Ms4, DiSourceRange(), "two\n          lines",
+       "Warning[Ms004]: two\n          lines\n", 16},
+      {MsMessage::KindWarning, Ms4, DiSourceRange(), "", "Warning[Ms004]: \n",
+       16},
+  };
+  for (const Case &C : Cases) {
+    std::uint32_t Column = 0;
+    MsMessage M(C.Kind, C.Tag, C.Where,
+                std::make_unique<Fixed>(C.Body, Column));
+    std::ostringstream Result;
+    F.Console.GetFormatter().Format(Result, M, F.Console);
+    EXPECT_EQ(Result.str(), C.Expected) << C.Body;
+    EXPECT_EQ(Column, C.Column) << C.Expected;
+  }
+}
+
 TEST(MsMessageFormatterTest, InternalErrorAbortAndOutOfMemory) {
   FormatFixture F;
   OneFile File("f", {"x"});

@@ -113,6 +113,38 @@ TEST(MsSubSystemTest, FlagsReachTheConsole) {
   EXPECT_EQ(F.Console.Summary(Summary), 1);
 }
 
+TEST(MsSubSystemTest, OutputOptionsApplyAfterAFailedWalk) {
+  struct Case {
+    std::vector<std::string> Arguments;
+    bool OnlyStdout;
+    bool NoWrap;
+  };
+  const Case Cases[] = {
+      {{"--only_stdout", "--bogus"}, true, false},
+      {{"--bogus", "--no_wrap_diagnostics", "--output"}, false, true},
+      {{"--error_limit=x", "--only_stdout", "--no_wrap_diagnostics"},
+       true,
+       true},
+      {{"--only_stdout=yes", "--no_wrap_diagnostics=", "--bogus"}, false, true},
+      {{"--silent", "--remarks", "--error_limit=3", "--bogus"}, false, false},
+  };
+  for (const Case &C : Cases) {
+    std::ostringstream Err, Out, Stdout;
+    MsConsoleConcrete Console(Err, Out);
+    MsSubSystem Options;
+    ClAny Root;
+    Options.DeclareOptions(Root);
+    EXPECT_ANY_THROW(ClLine(C.Arguments).Walk(Root));
+    Options.ApplyOutputOptions(Console, Stdout);
+    EXPECT_EQ(&Console.ErrorStream(), C.OnlyStdout ? &Stdout : &Err)
+        << C.Arguments[0];
+    EXPECT_EQ(Console.GetFormatter().Width(), C.NoWrap ? -1 : 79)
+        << C.Arguments[0];
+    // Nothing else was applied.
+    EXPECT_EQ(Console.ErrorLimit(), 100u);
+  }
+}
+
 TEST(MsSubSystemTest, ErrorLimitValue) {
   OptionsFixture F({"--error_limit", "2"});
   EXPECT_EQ(F.Console.ErrorLimit(), 2u);

@@ -221,6 +221,94 @@ TEST(GeUnicodeConvertTest, EveryByteStringSurvivesTheRoundTrip) {
 }
 
 //===----------------------------------------------------------------------===//
+// Text by its byte-order mark
+//===----------------------------------------------------------------------===//
+
+TEST(GeUnicodeMarkedTextTest, Table) {
+  struct Case {
+    const char *Name;
+    std::string Bytes;
+    bool Valid;
+    std::string Text;
+  };
+  const Case Cases[] = {
+      {"empty", "", true, ""},
+      {"no mark", "a b\r\n\xC3\xA4\xFF", true, "a b\r\n\xC3\xA4\xFF"},
+      {"UTF-8 mark", "\xEF\xBB\xBF-f x", true, "-f x"},
+      {"UTF-8 mark alone", "\xEF\xBB\xBF", true, ""},
+      {"UTF-8 mark twice keeps the second", "\xEF\xBB\xBF\xEF\xBB\xBFx", true,
+       "\xEF\xBB\xBFx"},
+      {"UTF-8 mark not at the start", "x\xEF\xBB\xBF", true, "x\xEF\xBB\xBF"},
+      {"part of a UTF-8 mark", "\xEF\xBBx", true, "\xEF\xBBx"},
+      {"UTF-16LE mark alone", "\xFF\xFE", true, ""},
+      {"UTF-16BE mark alone", "\xFE\xFF", true, ""},
+      {"UTF-16LE",
+       std::string("\xFF\xFE"
+                   "a\0\n\0\xE4\0\xAC\x20",
+                   10),
+       true, "a\n\xC3\xA4\xE2\x82\xAC"},
+      {"UTF-16BE",
+       std::string("\xFE\xFF"
+                   "\0a\0\n\0\xE4\x20\xAC",
+                   10),
+       true, "a\n\xC3\xA4\xE2\x82\xAC"},
+      {"UTF-16LE pair", "\xFF\xFE\x34\xD8\x1E\xDD", true, "\xF0\x9D\x84\x9E"},
+      {"UTF-16BE pair", "\xFE\xFF\xD8\x34\xDD\x1E", true, "\xF0\x9D\x84\x9E"},
+      {"UTF-16 NUL", std::string("\xFF\xFE\0\0", 4), true,
+       std::string(1, '\0')},
+      {"UTF-16 second mark kept", "\xFF\xFE\xFF\xFE", true, "\xEF\xBB\xBF"},
+      {"UTF-16LE odd byte count",
+       "\xFF\xFE"
+       "a",
+       false, ""},
+      {"UTF-16BE odd byte count", std::string("\xFE\xFF\0a\0", 5), false, ""},
+      {"lone high surrogate at the end", std::string("\xFF\xFE\0\xD8", 4),
+       false, ""},
+      {"high surrogate before a letter", std::string("\xFF\xFE\0\xD8x\0", 6),
+       false, ""},
+      {"high surrogate twice", std::string("\xFE\xFF\xD8\0\xD8\0", 6), false,
+       ""},
+      {"lone low surrogate", std::string("\xFE\xFF\xDC\0", 4), false, ""},
+      {"low then high", "\xFF\xFE\x1E\xDD\x34\xD8", false, ""},
+      {"escaped-byte surrogate", "\xFF\xFE\x80\xDC", false, ""},
+  };
+  for (const Case &C : Cases) {
+    std::string Text = "left over";
+    const bool Valid = GeUnicode::DecodeMarkedText(C.Bytes, Text);
+    EXPECT_EQ(Valid, C.Valid) << C.Name;
+    if (C.Valid) {
+      EXPECT_EQ(Text, C.Text) << C.Name;
+    }
+  }
+}
+
+TEST(GeUnicodeMarkedTextTest, Utf16OfEveryCharacterGivesItsUtf8) {
+  // Every code point outside the surrogates, in both byte orders, gives the
+  // UTF-8 form the encoder of this library writes.
+  for (CodePoint Value = 0; Value <= GeUnicode::MaxCodePoint; ++Value) {
+    if (Value >= 0xD800 && Value <= 0xDFFF)
+      continue;
+    char16_t Units[2];
+    const unsigned Count = GeUnicode::EncodeUtf16(Value, Units);
+    std::string Little = "\xFF\xFE";
+    std::string Big = "\xFE\xFF";
+    for (unsigned I = 0; I < Count; ++I) {
+      Little += static_cast<char>(Units[I] & 0xFF);
+      Little += static_cast<char>(Units[I] >> 8);
+      Big += static_cast<char>(Units[I] >> 8);
+      Big += static_cast<char>(Units[I] & 0xFF);
+    }
+    const std::string Expected =
+        GeUnicode::Utf16ToUtf8(std::u16string(Units, Count));
+    std::string Text;
+    ASSERT_TRUE(GeUnicode::DecodeMarkedText(Little, Text)) << Value;
+    ASSERT_EQ(Text, Expected) << Value;
+    ASSERT_TRUE(GeUnicode::DecodeMarkedText(Big, Text)) << Value;
+    ASSERT_EQ(Text, Expected) << Value;
+  }
+}
+
+//===----------------------------------------------------------------------===//
 // Wide to narrow
 //===----------------------------------------------------------------------===//
 
