@@ -2,14 +2,20 @@
 // and walks an argument list (with command files read from memory) over it.
 //
 // Input: pieces separated by NUL bytes. The first byte selects the walk
-// settings. A piece of the form "@name=content" defines the command file
-// "name"; every other piece is an argument. The walk must end with a result
-// or with one of the documented errors, and a result must obey the rules the
-// walk promises.
+// settings (bits 0 to 2), the encoding every command file is saved in (bits
+// 3 and 4: UTF-8, UTF-8 with a mark, UTF-16LE, UTF-16BE) and whether
+// "--help" asks for help (bit 5). A piece of the form "@name=content" defines
+// the command file "name" (content as UTF-8; bytes that are not UTF-8 make
+// malformed UTF-16); every other piece is an argument. "./name" is another
+// spelling of the file "name". The walk must end with a result or with one of
+// the documented errors, and a result must obey the rules the walk promises;
+// a file saved in any encoding must give the tokens of its UTF-8 text.
 #include "cmdline/ClCommandFile.h"
 #include "cmdline/ClHelp.h"
 #include "cmdline/ClLine.h"
 #include "cmdline/ClParser.h"
+#include "general/GeUnicode.h"
+#include "tests/general/GeTextEncodingSupport.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -35,8 +41,14 @@ public:
                          "Read command line options from file"),
         Files(Contents) {}
 
+  /// "./x" is the file "x"; names are compared as they stand otherwise.
+  ClFileId Identify(const std::string &Name) const override {
+    ClFileId Id;
+    Id.Name = Name.compare(0, 2, "./") == 0 ? Name.substr(2) : Name;
+    return Id;
+  }
   std::unique_ptr<std::istream> Open(const std::string &Name) const override {
-    auto It = Files.find(Name);
+    auto It = Files.find(Identify(Name).Name);
     if (It == Files.end())
       return nullptr;
     return std::make_unique<std::istringstream>(It->second);
@@ -132,6 +144,48 @@ bool LooksLikeOption(const std::string &Text) {
   return Text.size() > 1 && Text[0] == '-';
 }
 
+/// A file's tokens with their lines and columns, or the tag of the error
+/// that reading it raised.
+struct FileReading {
+  std::vector<std::string> Texts;
+  std::vector<std::uint32_t> Places;
+  ClMsg Error = ClMsg::None;
+
+  bool operator==(const FileReading &Other) const {
+    return Texts == Other.Texts && Places == Other.Places &&
+           Error == Other.Error;
+  }
+};
+
+/// The reading of Bytes by the walk's reader (marks and UTF-16 decoded),
+/// or, when Plain is set, of Bytes as UTF-8 text as it stands.
+FileReading ReadFile(const std::string &Bytes, bool Plain) {
+  FileReading Result;
+  std::istringstream In(Bytes);
+  try {
+    const std::vector<ClToken> Tokens =
+        Plain ? ClLine::TokenizeCommandFile(Bytes, "fuzz.xcl")
+              : ClLine::ReadCommandFile(In, "fuzz.xcl");
+    for (const ClToken &Token : Tokens) {
+      Result.Texts.push_back(Token.Text);
+      Result.Places.push_back(Token.Place.Position.Line());
+      Result.Places.push_back(Token.Place.Position.Column());
+    }
+  } catch (const ClLine::ErrorBase &E) {
+    Result.Error = E.Tag();
+  }
+  return Result;
+}
+
+/// Whether Text is well-formed UTF-8: the conversion to UTF-16 escapes
+/// every byte that is not.
+bool IsUtf8(const std::string &Text) {
+  for (char16_t Unit : GeUnicode::Utf8ToUtf16(Text))
+    if (Unit >= 0xDC80 && Unit <= 0xDCFF)
+      return false;
+  return true;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
@@ -167,14 +221,41 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
     }
   }
 
+  // Every file is saved in the chosen encoding. Saved with a mark, a text
+  // reads as it stands: the same tokens at the same lines and columns. Only
+  // UTF-8 can be saved as UTF-16; any other text becomes malformed UTF-16.
+  const auto Saved = static_cast<GeTextEncoding::Encoding>((Mode >> 3) & 3);
+  for (auto &File : Files) {
+    std::string Encoded = GeTextEncoding::Encode(File.second, Saved);
+    if (Saved != GeTextEncoding::Encoding::Utf8) {
+      std::string Decoded;
+      const bool Readable = GeUnicode::DecodeMarkedText(Encoded, Decoded);
+      Require(Readable == (Saved == GeTextEncoding::Encoding::Utf8Mark ||
+                           IsUtf8(File.second)));
+      if (Readable) {
+        Require(Decoded == File.second);
+        Require(ReadFile(Encoded, false) == ReadFile(File.second, true));
+      } else {
+        Require(ReadFile(Encoded, false).Error == ClMsg::CommandFileNotFound);
+      }
+    }
+    File.second = std::move(Encoded);
+  }
+
   Tree T(Files);
   ClWalkSettings Settings;
   Settings.AcceptUnknownOptions = (Mode & 1) != 0;
   Settings.RecordOptions = (Mode & 2) != 0;
   Settings.NotRecorded = (Mode & 4) != 0 ? &T.FileArg : nullptr;
+  if ((Mode & 32) != 0)
+    Settings.HelpToken = "--help";
 
   try {
     ClWalkResult Result = ClLine(Args).Walk(T.Root, Settings);
+    if (Result.HelpRequested) {
+      Require(!Settings.HelpToken.empty());
+      return 0;
+    }
     if (!Settings.AcceptUnknownOptions)
       for (const ClToken &Token : Result.Positional)
         Require(!LooksLikeOption(Token.Text));

@@ -29,9 +29,10 @@ inline const char *Name(Encoding E) {
   return "?";
 }
 
-/// Text saved in the encoding E, its mark first. Text must be well-formed
-/// UTF-8 for the UTF-16 forms; a byte that starts no well-formed sequence is
-/// written as the unit 0xDC00 + byte there, which no UTF-16 reader accepts.
+/// Text saved in the encoding E, its mark first. For the UTF-16 forms a byte
+/// that starts no well-formed UTF-8 sequence (cut short, overlong, a
+/// surrogate, above U+10FFFF) is written as the lone unit 0xDC00 + byte,
+/// which no UTF-16 reader accepts.
 inline std::string Encode(const std::string &Text, Encoding E) {
   if (E == Encoding::Utf8)
     return Text;
@@ -60,6 +61,9 @@ inline std::string Encode(const std::string &Text, Encoding E) {
       WellFormed = (Next & 0xC0) == 0x80;
       Value = Value << 6 | (Next & 0x3Fu);
     }
+    static const std::uint32_t Least[] = {0, 0, 0x80, 0x800, 0x10000};
+    WellFormed = WellFormed && Value >= Least[Length] && Value <= 0x10FFFF &&
+                 (Value < 0xD800 || Value > 0xDFFF);
     if (!WellFormed) {
       Put(0xDC00 + Lead);
       ++I;
