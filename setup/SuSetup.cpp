@@ -35,10 +35,10 @@ void SuToolOptions::TakeOver() {}
 namespace {
 
 constexpr char NoSignOnMarker[] = "<NoSignOn>";
+constexpr std::size_t NoSignOnLength = sizeof NoSignOnMarker - 1;
 /// Asks for help where an option may stand, typed or in a command file. It is
 /// not an option of the parser tree, so the option listing leaves it out.
 constexpr char HelpToken[] = "--help";
-constexpr std::size_t NoSignOnLength = sizeof NoSignOnMarker - 1;
 
 std::string &ProgramPathSetting() {
   static std::string *Path = new std::string;
@@ -210,7 +210,10 @@ public:
 
 private:
   void PrintHelp();
-  void ReportWalkErrors(ClParser &Root);
+  /// Walks the command line over Root. Help asked for anywhere in it wins:
+  /// PrintHelp. Otherwise a command-line error is reported and ends the run
+  /// (MsConsoleException); deprecated uses are reported and the run goes on.
+  void WalkAndReport(ClParser &Root);
 
   const ClLine &Line;
   SuConcreteSetup &Setup;
@@ -255,10 +258,10 @@ void SuDoItContinuation::Continue() {
   if (CommandFile)
     Root.Add(std::make_unique<ClMultiVal<ClCommandFileArg>>(*CommandFile));
 
-  ReportWalkErrors(Root);
+  WalkAndReport(Root);
 }
 
-void SuDoItContinuation::ReportWalkErrors(ClParser &Root) {
+void SuDoItContinuation::WalkAndReport(ClParser &Root) {
   MsConsole &Console = Setup.Console();
   ClWalkSettings Settings;
   Settings.HelpToken = HelpToken;
