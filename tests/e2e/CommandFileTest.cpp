@@ -45,6 +45,14 @@ protected:
     WriteFile(Dir.Path(Name), Bytes);
   }
   std::string Read(const std::string &Name) { return ReadFile(Dir.Path(Name)); }
+  /// Writes c0.xcl .. c<Count - 1>.xcl, each but the last naming the next;
+  /// the last one holds Last.
+  void WriteChain(int Count, const std::string &Last) {
+    for (int I = 0; I + 1 < Count; ++I)
+      Write("c" + std::to_string(I) + ".xcl",
+            "// link " + std::to_string(I) + "\n-f c" + std::to_string(I + 1));
+    Write("c" + std::to_string(Count - 1) + ".xcl", Last);
+  }
 
   TempDir Dir;
 };
@@ -53,35 +61,39 @@ protected:
 // Byte-order marks and UTF-16
 //===----------------------------------------------------------------------===//
 
-TEST_F(CommandFileTest, EveryEncodingSelectsTheSameChecks) {
-  const std::string Text = "// options \xE2\x80\x94 saved by an editor\r\n"
-                           "--manifest=m.txt\r\n"
-                           "--check=beta,\"\xC3\x84rger\" /* \xC3\xA9 */\r\n"
-                           "\"--output=-\"\r\n";
-  for (Encoding E : AllEncodings) {
-    Write("opts.xcl", Encode(Text, E));
-    RunResult R = RunHere({"-f", "opts"});
-    EXPECT_EQ(R.Status, 0) << GeTextEncoding::Name(E);
-    EXPECT_EQ(R.Err, "") << GeTextEncoding::Name(E);
-    EXPECT_EQ(R.Out, "Beta\n\xC3\x84rger\n") << GeTextEncoding::Name(E);
-  }
-}
-
-TEST_F(CommandFileTest, EveryEncodingReportsTheSameLine) {
-  const std::string Text = "--manifest=m.txt --all\n"
-                           "\"--output=a b\"\n"
-                           "\n"
-                           "  /* \xE2\x82\xAC */ --output=c\n";
-  for (Encoding E : AllEncodings) {
-    Write("e.xcl", Encode(Text, E));
-    RunResult R = RunHere({"-f", "e"});
-    EXPECT_EQ(R.Status, 2) << GeTextEncoding::Name(E);
-    EXPECT_EQ(R.Out, "") << GeTextEncoding::Name(E);
-    EXPECT_EQ(R.Err, "\n\"e.xcl\",4  Command line error: Option --output does "
-                     "not match previous\n"
-                     "          occurrence\n")
-        << GeTextEncoding::Name(E);
-    EXPECT_FALSE(Exists(Dir.Path("ruvex_sel_checks.txt")));
+TEST_F(CommandFileTest, EveryEncodingRunsLikePlainUtf8) {
+  struct Case {
+    std::string Text;
+    int Status;
+    std::string Out;
+    std::string Err;
+  };
+  const Case Cases[] = {
+      {"// options \xE2\x80\x94 saved by an editor\r\n"
+       "--manifest=m.txt\r\n"
+       "--check=beta,\"\xC3\x84rger\" /* \xC3\xA9 */\r\n"
+       "\"--output=-\"\r\n",
+       0, "Beta\n\xC3\x84rger\n", ""},
+      // Positions of errors are those of the UTF-8 text.
+      {"--manifest=m.txt --all\n"
+       "\"--output=a b\"\n"
+       "\n"
+       "  /* \xE2\x82\xAC */ --output=c\n",
+       2, "",
+       "\n\"opts.xcl\",4  Command line error: Option --output does not match "
+       "previous\n"
+       "          occurrence\n"},
+  };
+  for (const Case &C : Cases) {
+    for (Encoding E : AllEncodings) {
+      const char *Name = GeTextEncoding::Name(E);
+      Write("opts.xcl", Encode(C.Text, E));
+      RunResult R = RunHere({"-f", "opts"});
+      EXPECT_EQ(R.Status, C.Status) << Name;
+      EXPECT_EQ(R.Out, C.Out) << Name;
+      EXPECT_EQ(R.Err, C.Err) << Name;
+      EXPECT_FALSE(Exists(Dir.Path("ruvex_sel_checks.txt"))) << Name;
+    }
   }
 }
 
@@ -119,11 +131,7 @@ TEST_F(CommandFileTest, MarkInTheManifestStaysPartOfTheFirstKey) {
 
 TEST_F(CommandFileTest, ChainOfTenThousandFiles) {
   const int Count = 10000;
-  for (int I = 0; I + 1 < Count; ++I)
-    Write("c" + std::to_string(I) + ".xcl",
-          "// link " + std::to_string(I) + "\n-f c" + std::to_string(I + 1));
-  Write("c" + std::to_string(Count - 1) + ".xcl",
-        "--manifest=m.txt --check=beta --output=-");
+  WriteChain(Count, "--manifest=m.txt --check=beta --output=-");
 
   const auto Start = std::chrono::steady_clock::now();
   RunResult R = RunHere({"-f", "c0", "--dependencies", "deps.txt"});
@@ -151,10 +159,7 @@ TEST_F(CommandFileTest, ChainOfTenThousandFiles) {
 }
 
 TEST_F(CommandFileTest, CycleAtTheEndOfALongChain) {
-  const int Count = 3000;
-  for (int I = 0; I + 1 < Count; ++I)
-    Write("c" + std::to_string(I) + ".xcl", "-f c" + std::to_string(I + 1));
-  Write("c" + std::to_string(Count - 1) + ".xcl", "--all\n -f ./c1234.xcl");
+  WriteChain(3000, "--all\n -f ./c1234.xcl");
   RunResult R = RunHere({"--manifest=m.txt", "-f", "c0"});
   EXPECT_EQ(R.Status, 2);
   EXPECT_EQ(R.Out, "");
