@@ -252,26 +252,33 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
 
   try {
     ClWalkResult Result = ClLine(Args).Walk(T.Root, Settings);
+    // Help stops the walk where it stands; it must have been asked for.
     if (Result.HelpRequested) {
-      Require(!Settings.HelpToken.empty());
-      return 0;
+      bool Mentioned = false;
+      for (const std::string &Arg : Args)
+        Mentioned = Mentioned || Arg == "--help";
+      for (const auto &File : Files)
+        for (const std::string &Text : ReadFile(File.second, false).Texts)
+          Mentioned = Mentioned || Text == "--help";
+      Require(!Settings.HelpToken.empty() && Mentioned);
+    } else {
+      if (!Settings.AcceptUnknownOptions)
+        for (const ClToken &Token : Result.Positional)
+          Require(!LooksLikeOption(Token.Text));
+      for (const ClToken &Token : Result.Deprecated)
+        Require(Token.Text.compare(0, 5, "--old") == 0);
+      if (!Settings.RecordOptions)
+        Require(Result.Recorded.empty() && Result.SecondRecorded.empty());
+      for (const ClMultiVal<ClStringSetArg> *List : T.Lists)
+        for (const ClValue &Value : List->Values())
+          Require(!Value.Text.empty() &&
+                  Value.Text.find(',') == std::string::npos);
+      Require(!(T.Silent.IsGiven() &&
+                (T.Remarks.IsGiven() || T.Verbose.IsGiven())));
+      Require(T.Limit.Value() >= 0);
+      Require(T.Mask.Value() >= -5 && T.Mask.Value() <= 1000);
+      Require(!T.Gone.IsGiven());
     }
-    if (!Settings.AcceptUnknownOptions)
-      for (const ClToken &Token : Result.Positional)
-        Require(!LooksLikeOption(Token.Text));
-    for (const ClToken &Token : Result.Deprecated)
-      Require(Token.Text.compare(0, 5, "--old") == 0);
-    if (!Settings.RecordOptions)
-      Require(Result.Recorded.empty() && Result.SecondRecorded.empty());
-    for (const ClMultiVal<ClStringSetArg> *List : T.Lists)
-      for (const ClValue &Value : List->Values())
-        Require(!Value.Text.empty() &&
-                Value.Text.find(',') == std::string::npos);
-    Require(
-        !(T.Silent.IsGiven() && (T.Remarks.IsGiven() || T.Verbose.IsGiven())));
-    Require(T.Limit.Value() >= 0);
-    Require(T.Mask.Value() >= -5 && T.Mask.Value() <= 1000);
-    Require(!T.Gone.IsGiven());
   } catch (const ClLine::ErrorBase &E) {
     Require(E.what()[0] != '\0');
   } catch (const ClParser::ParseError &E) {
