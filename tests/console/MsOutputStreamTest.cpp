@@ -476,24 +476,33 @@ TEST(MsOutputStreamLinkTest, RelativeLinkInTheCurrentFolder) {
   EXPECT_EQ(Followed, "target.txt");
 }
 
-TEST(MsOutputStreamLinkTest, TempFileWritesThroughALink) {
+/// A folder with real/dep.d ("old\n") and the link lnk.d -> real/dep.d, and
+/// a Temp file opened on the link.
+struct LinkedList {
+  LinkedList() {
+    std::filesystem::create_directory(Dir.Path("real"));
+    Spit(Dir.Path("real/dep.d"), "old\n");
+    std::filesystem::create_symlink("real/dep.d", Dir.Path("lnk.d"));
+    File = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("lnk.d"));
+  }
   ScratchDir Dir;
   Fixture F;
-  std::filesystem::create_directory(Dir.Path("real"));
-  Spit(Dir.Path("real/dep.d"), "old\n");
-  std::filesystem::create_symlink("real/dep.d", Dir.Path("lnk.d"));
-  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("lnk.d"));
-  ASSERT_TRUE(File);
+  std::unique_ptr<MsOutputStream::OutFile> File;
+};
+
+TEST(MsOutputStreamLinkTest, TempFileWritesThroughALink) {
+  LinkedList L;
+  ASSERT_TRUE(L.File);
   // The temporary file is next to the file the link leads to.
-  EXPECT_EQ(TempFilesIn(Dir.Path("real")).size(), 1u);
-  EXPECT_EQ(NamesIn(Dir.Root()), (std::set<std::string>{"lnk.d", "real"}));
-  File->Stream() << "new\n";
-  EXPECT_TRUE(File->Close());
-  EXPECT_EQ(LinkText(Dir.Path("lnk.d")), "real/dep.d");
-  EXPECT_EQ(Slurp(Dir.Path("real/dep.d")), "new\n");
-  EXPECT_EQ(NamesIn(Dir.Path("real")), std::set<std::string>{"dep.d"});
-  EXPECT_EQ(F.Written(), std::vector<std::string>{Dir.Path("lnk.d")});
-  EXPECT_EQ(F.Err.str(), "");
+  EXPECT_EQ(TempFilesIn(L.Dir.Path("real")).size(), 1u);
+  EXPECT_EQ(NamesIn(L.Dir.Root()), (std::set<std::string>{"lnk.d", "real"}));
+  L.File->Stream() << "new\n";
+  EXPECT_TRUE(L.File->Close());
+  EXPECT_EQ(LinkText(L.Dir.Path("lnk.d")), "real/dep.d");
+  EXPECT_EQ(Slurp(L.Dir.Path("real/dep.d")), "new\n");
+  EXPECT_EQ(NamesIn(L.Dir.Path("real")), std::set<std::string>{"dep.d"});
+  EXPECT_EQ(L.F.Written(), std::vector<std::string>{L.Dir.Path("lnk.d")});
+  EXPECT_EQ(L.F.Err.str(), "");
 }
 
 TEST(MsOutputStreamLinkTest, DanglingLinkGetsItsFile) {
@@ -511,21 +520,16 @@ TEST(MsOutputStreamLinkTest, DanglingLinkGetsItsFile) {
 }
 
 TEST(MsOutputStreamLinkTest, FailureKeepsLinkAndFile) {
-  ScratchDir Dir;
-  Fixture F;
-  std::filesystem::create_directory(Dir.Path("real"));
-  Spit(Dir.Path("real/dep.d"), "old\n");
-  std::filesystem::create_symlink("real/dep.d", Dir.Path("lnk.d"));
-  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("lnk.d"));
-  ASSERT_TRUE(File);
-  File->Stream() << "half";
-  File->Stream().setstate(std::ios_base::badbit);
-  EXPECT_FALSE(File->Close());
-  EXPECT_EQ(F.Err.str(),
-            Expected("Ms004", "problem writing to file", Dir.Path("lnk.d")));
-  EXPECT_EQ(LinkText(Dir.Path("lnk.d")), "real/dep.d");
-  EXPECT_EQ(Slurp(Dir.Path("real/dep.d")), "old\n");
-  EXPECT_EQ(NamesIn(Dir.Path("real")), std::set<std::string>{"dep.d"});
+  LinkedList L;
+  ASSERT_TRUE(L.File);
+  L.File->Stream() << "half";
+  L.File->Stream().setstate(std::ios_base::badbit);
+  EXPECT_FALSE(L.File->Close());
+  EXPECT_EQ(L.F.Err.str(),
+            Expected("Ms004", "problem writing to file", L.Dir.Path("lnk.d")));
+  EXPECT_EQ(LinkText(L.Dir.Path("lnk.d")), "real/dep.d");
+  EXPECT_EQ(Slurp(L.Dir.Path("real/dep.d")), "old\n");
+  EXPECT_EQ(NamesIn(L.Dir.Path("real")), std::set<std::string>{"dep.d"});
 }
 
 TEST(MsOutputStreamLinkTest, LinkToADeviceIsWrittenInPlace) {
@@ -543,22 +547,35 @@ TEST(MsOutputStreamLinkTest, LinkToADeviceIsWrittenInPlace) {
   EXPECT_TRUE(IsCharacterDevice("/dev/null"));
 }
 
+/// A file Name in Dir holding "old\n", open for reading, and the path of
+/// its descriptor under /proc/self/fd.
+struct OpenDescriptor {
+  OpenDescriptor(const ScratchDir &Dir, const std::string &Name) {
+    Spit(Dir.Path(Name), "old\n");
+    Handle = ::open(Dir.Path(Name).c_str(), O_RDONLY);
+    Proc = "/proc/self/fd/" + std::to_string(Handle);
+  }
+  ~OpenDescriptor() {
+    if (Handle >= 0)
+      ::close(Handle);
+  }
+  int Handle;
+  std::string Proc;
+};
+
 TEST(MsOutputStreamLinkTest, LinkThroughAnOpenDescriptor) {
   // /proc/self/fd/N leads by name to the file's path: the file there is
   // replaced, and the links stay.
   ScratchDir Dir;
   Fixture F;
-  Spit(Dir.Path("open.txt"), "old\n");
-  const int Handle = ::open(Dir.Path("open.txt").c_str(), O_RDONLY);
-  ASSERT_GE(Handle, 0);
-  const std::string Proc = "/proc/self/fd/" + std::to_string(Handle);
-  std::filesystem::create_symlink(Proc, Dir.Path("fd"));
+  OpenDescriptor Open(Dir, "open.txt");
+  ASSERT_GE(Open.Handle, 0);
+  std::filesystem::create_symlink(Open.Proc, Dir.Path("fd"));
   auto File = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("fd"));
   ASSERT_TRUE(File);
   File->Stream() << "new\n";
   EXPECT_TRUE(File->Close());
-  ::close(Handle);
-  EXPECT_EQ(LinkText(Dir.Path("fd")), Proc);
+  EXPECT_EQ(LinkText(Dir.Path("fd")), Open.Proc);
   EXPECT_EQ(Slurp(Dir.Path("open.txt")), "new\n");
   EXPECT_EQ(NamesIn(Dir.Root()), (std::set<std::string>{"fd", "open.txt"}));
 }
@@ -568,20 +585,17 @@ TEST(MsOutputStreamLinkTest, DeletedFileBehindADescriptorIsWrittenInPlace) {
   // the file the system reaches is written where it is.
   ScratchDir Dir;
   Fixture F;
-  Spit(Dir.Path("gone.txt"), "old\n");
-  const int Handle = ::open(Dir.Path("gone.txt").c_str(), O_RDONLY);
-  ASSERT_GE(Handle, 0);
+  OpenDescriptor Open(Dir, "gone.txt");
+  ASSERT_GE(Open.Handle, 0);
   ::unlink(Dir.Path("gone.txt").c_str());
-  const std::string Proc = "/proc/self/fd/" + std::to_string(Handle);
-  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Proc);
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Open.Proc);
   ASSERT_TRUE(File);
   File->Stream() << "new\n";
   EXPECT_TRUE(File->Close());
   EXPECT_TRUE(NamesIn(Dir.Root()).empty());
   char Bytes[16] = {};
-  EXPECT_EQ(::pread(Handle, Bytes, sizeof Bytes, 0), 4);
+  EXPECT_EQ(::pread(Open.Handle, Bytes, sizeof Bytes, 0), 4);
   EXPECT_EQ(std::string(Bytes), "new\n");
-  ::close(Handle);
 }
 
 TEST(MsOutputStreamLinkTest, LoopOfLinksGivesMs003) {

@@ -1,6 +1,7 @@
 // Running programs as child processes for the end-to-end tests.
 #include "E2eSupport.h"
 
+#include <cctype>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -57,6 +58,48 @@ void WriteFile(const std::string &Path, const std::string &Bytes) {
 bool Exists(const std::string &Path) {
   std::error_code Ignored;
   return std::filesystem::exists(Path, Ignored);
+}
+
+std::set<std::string> NamesIn(const std::string &Folder) {
+  std::set<std::string> Names;
+  std::error_code Error;
+  for (const auto &Entry : std::filesystem::directory_iterator(Folder, Error))
+    Names.insert(Entry.path().filename().string());
+  return Names;
+}
+
+bool IsTempName(const std::string &Name) {
+  if (Name.size() != 12 || Name.compare(8, 4, ".tmp") != 0)
+    return false;
+  for (std::size_t I = 0; I < 8; ++I)
+    if (!std::isalnum(static_cast<unsigned char>(Name[I])))
+      return false;
+  return true;
+}
+
+std::set<std::string> TempFilesIn(const std::string &Folder) {
+  std::set<std::string> Names;
+  for (const std::string &Name : NamesIn(Folder))
+    if (IsTempName(Name))
+      Names.insert(Name);
+  return Names;
+}
+
+const char TwoCheckManifest[] = "checkname=Alpha\n"
+                                "package=P\n"
+                                "\n"
+                                "checkname=Beta\n"
+                                "package=Q\n"
+                                "\n";
+
+std::string DumpedTables() {
+  TempDir Fresh;
+  RunOptions Options;
+  Options.Cwd = Fresh.Root().string();
+  RunResult R = RunChksel({"--diagnostics_tables=t.txt"}, Options);
+  if (R.Status != 0)
+    throw std::runtime_error("the tables could not be dumped: " + R.Err);
+  return ReadFile(Fresh.Path("t.txt"));
 }
 
 std::string ChkselPath() { return CHKSEL_BINARY; }

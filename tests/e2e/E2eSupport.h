@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -111,6 +112,21 @@ std::string ChkselPath();
 std::string ReadFile(const std::string &Path);
 void WriteFile(const std::string &Path, const std::string &Bytes);
 bool Exists(const std::string &Path);
+
+/// Every name in Folder (none when it cannot be read).
+std::set<std::string> NamesIn(const std::string &Folder);
+/// Whether Name has the shape of a temporary file of an output file: eight
+/// letters or digits and ".tmp".
+bool IsTempName(const std::string &Name);
+/// The names of the temporary files in Folder.
+std::set<std::string> TempFilesIn(const std::string &Folder);
+
+/// A manifest of two checks: Alpha in package P, Beta in package Q.
+extern const char TwoCheckManifest[];
+
+/// The diagnostic message tables, as a dump into a file of a fresh folder
+/// writes them.
+std::string DumpedTables();
 
 } // namespace e2e
 

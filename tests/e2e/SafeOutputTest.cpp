@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -27,13 +26,6 @@ using namespace e2e;
 namespace fs = std::filesystem;
 
 namespace {
-
-const char Manifest[] = "checkname=Alpha\n"
-                        "package=P\n"
-                        "\n"
-                        "checkname=Beta\n"
-                        "package=Q\n"
-                        "\n";
 
 /// A manifest of Records records, about 70 bytes each, all in package P and
 /// group G; the all-checks pass writes about 32 bytes per record.
@@ -62,15 +54,6 @@ std::string BigSelection(int Records) {
   return Text;
 }
 
-bool IsTempName(const std::string &Name) {
-  if (Name.size() != 12 || Name.compare(8, 4, ".tmp") != 0)
-    return false;
-  for (std::size_t I = 0; I < 8; ++I)
-    if (!std::isalnum(static_cast<unsigned char>(Name[I])))
-      return false;
-  return true;
-}
-
 std::string LinkText(const std::string &Path) {
   std::error_code Error;
   fs::path Text = fs::read_symlink(Path, Error);
@@ -79,7 +62,7 @@ std::string LinkText(const std::string &Path) {
 
 class SafeOutputTest : public ::testing::Test {
 protected:
-  void SetUp() override { WriteFile(Dir.Path("m.txt"), Manifest); }
+  void SetUp() override { WriteFile(Dir.Path("m.txt"), TwoCheckManifest); }
 
   RunOptions Here() const {
     RunOptions Options;
@@ -101,26 +84,10 @@ protected:
   }
   std::string Read(const std::string &Name) { return ReadFile(Dir.Path(Name)); }
   std::set<std::string> Names(const std::string &Folder = "") {
-    std::set<std::string> Result;
-    for (const auto &Entry : fs::directory_iterator(Dir.Root() / Folder))
-      Result.insert(Entry.path().filename().string());
-    return Result;
+    return NamesIn((Dir.Root() / Folder).string());
   }
   bool HasTempFile(const std::string &Folder) {
-    std::error_code Error;
-    for (const auto &Entry : fs::directory_iterator(Dir.Root() / Folder, Error))
-      if (IsTempName(Entry.path().filename().string()))
-        return true;
-    return false;
-  }
-  /// The tables as a dump into a file of a fresh folder writes them.
-  std::string Tables() {
-    TempDir Fresh;
-    RunOptions Options;
-    Options.Cwd = Fresh.Root().string();
-    RunResult R = RunChksel({"--diagnostics_tables=t.txt"}, Options);
-    EXPECT_EQ(R.Status, 0);
-    return ReadFile(Fresh.Path("t.txt"));
+    return !TempFilesIn((Dir.Root() / Folder).string()).empty();
   }
 
   TempDir Dir;
@@ -153,34 +120,25 @@ TEST_F(SafeOutputTest, TablesThroughADanglingLink) {
   EXPECT_EQ(R.Status, 0);
   EXPECT_EQ(R.Err, "");
   EXPECT_EQ(LinkText(Dir.Path("t.txt")), "out/tables.txt");
-  EXPECT_EQ(Read("out/tables.txt"), Tables());
+  EXPECT_EQ(Read("out/tables.txt"), DumpedTables());
   EXPECT_EQ(Names(), (std::set<std::string>{"m.txt", "out", "t.txt"}));
   EXPECT_EQ(Names("out"), std::set<std::string>{"tables.txt"});
 }
 
-TEST_F(SafeOutputTest, LinkToStandardOutputInAFile) {
-  // What /dev/stdout is: a link to /proc/self/fd/1. Standard output is a
-  // file here, which gets the list; the link stays.
+TEST_F(SafeOutputTest, LinkToStandardOutput) {
+  // What /dev/stdout is: a link to /proc/self/fd/1. Standard output in a
+  // file gets the list by a rename onto that file, a pipe gets it written
+  // in place; the link stays in both.
   fs::create_symlink("/proc/self/fd/1", Dir.Path("so"));
-  RunResult R = RunHere({"--manifest=m.txt", "--all", "--output=sel.txt",
-                         "--dependencies=m", "so"});
-  EXPECT_EQ(R.Status, 0);
-  EXPECT_EQ(R.Err, "");
-  EXPECT_EQ(R.Out, "sel.txt: m.txt\n");
-  EXPECT_EQ(LinkText(Dir.Path("so")), "/proc/self/fd/1");
-  EXPECT_EQ(Names(), (std::set<std::string>{"m.txt", "sel.txt", "so"}));
-}
-
-TEST_F(SafeOutputTest, LinkToStandardOutputOnAPipe) {
-  fs::create_symlink("/proc/self/fd/1", Dir.Path("so"));
-  RunResult R = Shell("\"$0\" \"$@\" | cat",
-                      {"--manifest=m.txt", "--all", "--output=sel.txt",
-                       "--dependencies=m", "so"});
-  EXPECT_EQ(R.Status, 0);
-  EXPECT_EQ(R.Err, "");
-  EXPECT_EQ(R.Out, "sel.txt: m.txt\n");
-  EXPECT_EQ(LinkText(Dir.Path("so")), "/proc/self/fd/1");
-  EXPECT_EQ(Names(), (std::set<std::string>{"m.txt", "sel.txt", "so"}));
+  for (const char *Script : {"exec \"$0\" \"$@\"", "\"$0\" \"$@\" | cat"}) {
+    RunResult R = Shell(Script, {"--manifest=m.txt", "--all",
+                                 "--output=sel.txt", "--dependencies=m", "so"});
+    EXPECT_EQ(R.Status, 0) << Script;
+    EXPECT_EQ(R.Err, "");
+    EXPECT_EQ(R.Out, "sel.txt: m.txt\n");
+    EXPECT_EQ(LinkText(Dir.Path("so")), "/proc/self/fd/1");
+    EXPECT_EQ(Names(), (std::set<std::string>{"m.txt", "sel.txt", "so"}));
+  }
 }
 
 //===----------------------------------------------------------------------===//
@@ -369,7 +327,7 @@ protected:
     fs::create_symlink("m.txt", Dir.Path("soft.txt"));
   }
   void ExpectUntouched() {
-    EXPECT_EQ(Read("m.txt"), Manifest);
+    EXPECT_EQ(Read("m.txt"), TwoCheckManifest);
     EXPECT_EQ(Names(),
               (std::set<std::string>{"hard.txt", "m.txt", "soft.txt", "sub"}));
     EXPECT_TRUE(Names("sub").empty());
@@ -407,7 +365,7 @@ TEST_F(SameFileTest, StandardOutputAppendedToTheManifestIsRefused) {
 
 TEST_F(SameFileTest, ListOnTheManifestOrTheOutputIsRefused) {
   fs::create_directory(Dir.Path("lists"));
-  WriteFile(Dir.Path("lists/sel.d"), Manifest);
+  WriteFile(Dir.Path("lists/sel.d"), TwoCheckManifest);
   WriteFile(Dir.Path("sel.txt"), "old\n");
   struct Case {
     std::vector<std::string> Args;
@@ -435,8 +393,8 @@ TEST_F(SameFileTest, ListOnTheManifestOrTheOutputIsRefused) {
     EXPECT_EQ(R.Status, 2) << C.Refused;
     EXPECT_EQ(R.Out, "");
     EXPECT_EQ(R.Err, "Error[Ms006]: illegal path \"" + C.Refused + "\"\n");
-    EXPECT_EQ(Read("m.txt"), Manifest);
-    EXPECT_EQ(Read("lists/sel.d"), Manifest);
+    EXPECT_EQ(Read("m.txt"), TwoCheckManifest);
+    EXPECT_EQ(Read("lists/sel.d"), TwoCheckManifest);
     EXPECT_EQ(Read("sel.txt"), "old\n");
     EXPECT_EQ(Names(), (std::set<std::string>{"hard.txt", "lists", "m.txt",
                                               "sel.txt", "soft.txt", "sub"}));
@@ -459,7 +417,7 @@ TEST_F(SafeOutputTest, TablesOnStandardOutput) {
   RunResult R = RunHere({"--diagnostics_tables=-"});
   EXPECT_EQ(R.Status, 0);
   EXPECT_EQ(R.Err, "");
-  EXPECT_EQ(R.Out, Tables());
+  EXPECT_EQ(R.Out, DumpedTables());
   EXPECT_EQ(Names(), std::set<std::string>{"m.txt"});
 }
 
