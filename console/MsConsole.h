@@ -247,6 +247,10 @@ public:
   /// dependency lists name it as their target.
   virtual void SetMainOutputName(const std::string &Name) = 0;
   virtual const std::string &MainOutputName() const = 0;
+  /// Records the name of the file the tool's work reads (empty: none); a
+  /// dependency list may not be written over it, nor over the main output.
+  virtual void SetMainInputName(const std::string &Name) = 0;
+  virtual const std::string &MainInputName() const = 0;
   /// Adds a dependency list, owned by the console from now on. It sees every
   /// message after the other handlers, also the messages still queued.
   virtual void AddDependencyList(std::unique_ptr<MsDependHandler> List) = 0;

@@ -151,6 +151,8 @@ public:
     MainOutput = Name;
   }
   const std::string &MainOutputName() const override { return MainOutput; }
+  void SetMainInputName(const std::string &Name) override { MainInput = Name; }
+  const std::string &MainInputName() const override { return MainInput; }
   void AddDependencyList(std::unique_ptr<MsDependHandler> List) override;
   void FinishDependencyLists() override;
   void DiscardDependencyLists() override;
@@ -266,6 +268,7 @@ private:
   std::vector<MsMessageHandler *> Handlers;
   std::vector<std::unique_ptr<MsDependHandler>> DependLists;
   std::string MainOutput;
+  std::string MainInput;
   ApplicationInterface *App = nullptr;
   MsStopQuery *Stop = nullptr;
   std::ostream *ErrStream;

@@ -86,6 +86,10 @@ bool MsDependHandler::ListPath(const std::string &Destination,
                                const std::string &MainOutput,
                                std::string &Path) {
   const bool Named = !MainOutput.empty() && MainOutput != "-";
+  if (Destination == "-") {
+    Path = Destination;
+    return true;
+  }
   if (Destination == "+") {
     if (!Named)
       return false;

@@ -44,9 +44,9 @@ public:
   /// The path of the list that Destination asks for, for the main output
   /// MainOutput ("-" for standard output): "+" is MainOutput with its
   /// extension replaced by ".d"; an existing folder gets MainOutput's file
-  /// name, extension replaced by ".d", inside it; anything else is the path
-  /// itself. False when no name can be formed: "+" or a folder while the
-  /// main output is standard output or unnamed.
+  /// name, extension replaced by ".d", inside it; "-" (standard output) and
+  /// anything else is the path itself. False when no name can be formed: "+" or
+  /// a folder while the main output is standard output or unnamed.
   static bool ListPath(const std::string &Destination,
                        const std::string &MainOutput, std::string &Path);
 

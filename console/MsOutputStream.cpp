@@ -3,6 +3,7 @@
 
 #include "console/MsConsole.h"
 #include "console/MsMessages.h"
+#include "console/MsTempFileRegistry.h"
 #include "general/GeInternalFailure.h"
 
 #include <boost/filesystem/operations.hpp>
@@ -15,7 +16,10 @@
 #include <iostream>
 #include <new>
 #include <random>
+#include <sstream>
 #include <stdexcept>
+
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = boost::filesystem;
@@ -55,11 +59,24 @@ bool NameExists(const std::string &Path) {
 }
 
 /// Owns a file name: removes the file when destroyed while it still owns it.
+/// While it owns the name, the name is listed in MsTempFileRegistry, so that
+/// a signal that ends the process removes the file too.
 class RemoveGuard {
 public:
   RemoveGuard() = default;
-  explicit RemoveGuard(std::string FilePath)
-      : Path(std::move(FilePath)), Owning(true) {}
+  /// Takes over FilePath, which the caller has just made; call it inside a
+  /// MsTempFileRegistry::SignalBlock together with the making of the file.
+  /// When the registry cannot list the name, the file is removed and the
+  /// exception passed on.
+  explicit RemoveGuard(std::string FilePath) : Path(std::move(FilePath)) {
+    try {
+      MsTempFileRegistry::Add(Path);
+    } catch (...) {
+      ::unlink(Path.c_str());
+      throw;
+    }
+    Owning = true;
+  }
   RemoveGuard(RemoveGuard &&Other) noexcept
       : Path(std::move(Other.Path)), Owning(Other.Owning) {
     Other.Owning = false;
@@ -79,15 +96,21 @@ public:
 
   const std::string &FilePath() const { return Path; }
   /// Gives up the ownership: the file stays.
-  void Release() { Owning = false; }
+  void Release() {
+    if (!Owning)
+      return;
+    Owning = false;
+    MsTempFileRegistry::Remove(Path);
+  }
 
 private:
   void RemoveNow() noexcept {
     if (!Owning)
       return;
     Owning = false;
-    boost::system::error_code Error;
-    fs::remove(Path, Error);
+    MsTempFileRegistry::SignalBlock Block;
+    ::unlink(Path.c_str());
+    MsTempFileRegistry::Remove(Path);
   }
 
   std::string Path;
@@ -155,17 +178,18 @@ protected:
   bool Written = false;
 };
 
-/// Writes into a temporary file in the target's folder and renames it onto
-/// the target on success. A special target (a device) is written in place.
+/// Writes into a temporary file next to the file the target leads to and
+/// renames it onto that file on success. A special target (a device) is
+/// written in place.
 class TempFile : public FileBase {
 public:
   TempFile(MsConsole &TheConsole, const std::string &Target,
            MsOutputStream::Mode M)
       : FileBase(TheConsole, Target) {
-    if (MsOutputStream::IsSpecialFile(Target)) {
+    if (WrittenInPlace(Target, Destination)) {
       Out.open(Target, OpenMode(M));
     } else {
-      Guard = RemoveGuard(CreateTemporary(Target));
+      Guard = CreateTemporary(Destination);
       Out.open(Guard.FilePath(), OpenMode(M));
     }
     if (!Out.good())
@@ -183,28 +207,52 @@ public:
       std::ofstream Taken(std::move(Out));
       if (!FinishStream(Taken))
         return false;
-      if (!Temporary.FilePath().empty() && !Replace(Temporary.FilePath())) {
+      if (!Temporary.FilePath().empty() && !Replace(Temporary)) {
         Report(MsMsgCloseProblem);
         return false;
       }
-      Temporary.Release();
       Console.NotifyOutputFileWritten(TargetPath);
       return true;
     });
   }
 
 private:
-  /// Creates a new empty temporary file next to Target, under a name that
-  /// no file had, and answers its path.
-  static std::string CreateTemporary(const std::string &Target) {
-    const std::string Folder = fs::path(Target).parent_path().string();
+  /// Whether Target is written in place; if not, sets Destination to the
+  /// file that the temporary file replaces. Throws "open failed" for a loop
+  /// of links.
+  static bool WrittenInPlace(const std::string &Target,
+                             std::string &Destination) {
+    struct stat Seen;
+    const bool Exists = ::stat(Target.c_str(), &Seen) == 0;
+    if (Exists && !S_ISREG(Seen.st_mode))
+      return true;
+    Destination = MsOutputStream::FollowLinks(Target);
+    if (Destination.empty())
+      throw std::runtime_error("open failed");
+    if (!Exists)
+      return false;
+    // Following the links by name must reach the file the system reached;
+    // a link whose text is no path (/proc/self/fd/1 of a deleted file) does
+    // not, and the file is then written in place.
+    struct stat Reached;
+    return ::lstat(Destination.c_str(), &Reached) != 0 ||
+           !S_ISREG(Reached.st_mode) || Reached.st_dev != Seen.st_dev ||
+           Reached.st_ino != Seen.st_ino;
+  }
+
+  /// Creates a new empty temporary file next to Destination, under a name
+  /// that no file had, and answers its guard. No signal falls between the
+  /// creation and the listing of the name.
+  static RemoveGuard CreateTemporary(const std::string &Destination) {
+    const std::string Folder = fs::path(Destination).parent_path().string();
     for (;;) {
       std::string Candidate = MsOutputStream::TempFilePath(Folder);
+      MsTempFileRegistry::SignalBlock Block;
       int Handle = ::open(Candidate.c_str(),
                           O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
       if (Handle >= 0) {
         ::close(Handle);
-        return Candidate;
+        return RemoveGuard(std::move(Candidate));
       }
       // Someone took the name between the check and the creation.
       if (errno != EEXIST)
@@ -212,22 +260,19 @@ private:
     }
   }
 
-  /// Removes the old target and renames Temporary onto it. The rename is
-  /// not tried when the target is still there or the temporary file is
-  /// gone; a temporary file that is gone already keeps the old target from
-  /// being removed.
-  bool Replace(const std::string &Temporary) {
-    if (!NameExists(Temporary))
+  /// Renames the temporary file onto the destination in one step, so that
+  /// the destination is never missing; a failed rename leaves it as it was.
+  /// Releases the guard on success.
+  bool Replace(RemoveGuard &Temporary) {
+    MsTempFileRegistry::SignalBlock Block;
+    if (::rename(Temporary.FilePath().c_str(), Destination.c_str()) != 0)
       return false;
-    boost::system::error_code Error;
-    fs::remove(TargetPath, Error);
-    if (NameExists(TargetPath) || !NameExists(Temporary))
-      return false;
-    fs::rename(Temporary, TargetPath, Error);
-    return !Error;
+    Temporary.Release();
+    return true;
   }
 
   RemoveGuard Guard;
+  std::string Destination;
   std::ofstream Out;
 };
 
@@ -239,12 +284,15 @@ public:
   VolatileFile(MsConsole &TheConsole, const std::string &Target,
                MsOutputStream::Mode M)
       : FileBase(TheConsole, Target) {
-    if (!MsOutputStream::IsSpecialFile(Target)) {
-      boost::system::error_code Error;
-      fs::remove(Target, Error);
-      Guard = RemoveGuard(Target);
+    if (MsOutputStream::IsSpecialFile(Target)) {
+      Out.open(Target, OpenMode(M));
+    } else {
+      MsTempFileRegistry::SignalBlock Block;
+      ::unlink(Target.c_str());
+      Out.open(Target, OpenMode(M));
+      if (Out.is_open())
+        Guard = RemoveGuard(Target);
     }
-    Out.open(Target, OpenMode(M));
     if (!Out.good())
       throw std::runtime_error("open failed");
   }
@@ -268,33 +316,44 @@ private:
   std::ofstream Out;
 };
 
-/// Writes to standard output through a stream of its own, so that a failure
-/// is seen by this file alone.
+/// Gathers the text in memory and writes it to standard output when it is
+/// closed, so that it comes after whatever the run writes there meanwhile,
+/// and a file given up without Close writes nothing. A failure is seen by
+/// this file alone.
 class ConsoleFile : public FileBase {
 public:
   ConsoleFile(MsConsole &TheConsole, const std::string &Name)
-      : FileBase(TheConsole, Name), Out(std::cout.rdbuf()) {}
+      : FileBase(TheConsole, Name), Destination(std::cout.rdbuf()) {}
 
-  std::ostream &Stream() override { return Out; }
+  std::ostream &Stream() override { return Text; }
 
   bool Close() override {
     return CloseOnce([this] {
-      if (Out.fail()) {
+      const bool Gathered = !Text.fail();
+      const std::string Bytes = Text.str();
+      Text.str(std::string());
+      Text.setstate(std::ios_base::badbit);
+      if (!Gathered || !WriteAll(Bytes)) {
         Report(MsMsgWriteProblem);
         return false;
       }
-      Out.flush();
-      if (!Out.good()) {
-        Report(MsMsgCloseProblem);
-        return false;
-      }
-      Out.rdbuf(nullptr);
       return true;
     });
   }
 
 private:
-  std::ostream Out;
+  /// Hands Bytes to standard output and flushes it; answers whether every
+  /// byte got there.
+  bool WriteAll(const std::string &Bytes) {
+    if (!Destination)
+      return false;
+    const auto Size = static_cast<std::streamsize>(Bytes.size());
+    return Destination->sputn(Bytes.data(), Size) == Size &&
+           Destination->pubsync() == 0;
+  }
+
+  std::streambuf *Destination;
+  std::ostringstream Text;
 };
 
 } // namespace
@@ -307,6 +366,8 @@ MsOutputStream::Open(MsConsole &Console, Kind K, const std::string &Path,
       GeInternalFailure("MsOutputStream: console opened in non-text mode");
     return std::make_unique<ConsoleFile>(Console, Path);
   }
+  if (Path == "-")
+    return std::make_unique<ConsoleFile>(Console, Path);
   boost::system::error_code Error;
   if (Path.empty() || fs::is_directory(Path, Error)) {
     Console.Report(MsMakeTag(MsMsgIllegalPath), MsConsole::ErrorFixed, Path);
@@ -327,6 +388,68 @@ bool MsOutputStream::IsSpecialFile(const std::string &Path) {
   fs::file_status Status = fs::status(Path, Error);
   return !Error && fs::exists(Status) && !fs::is_regular_file(Status) &&
          !fs::is_directory(Status);
+}
+
+std::string MsOutputStream::FollowLinks(const std::string &Path) {
+  // The limit the system itself applies to a chain of links.
+  constexpr int MaxLinks = 40;
+  fs::path Current(Path);
+  for (int Links = 0; Links <= MaxLinks; ++Links) {
+    struct stat Info;
+    if (::lstat(Current.c_str(), &Info) != 0 || !S_ISLNK(Info.st_mode))
+      return Current.string();
+    boost::system::error_code Error;
+    fs::path Text = fs::read_symlink(Current, Error);
+    if (Error)
+      return Current.string();
+    Current = Text.is_absolute() ? Text : Current.parent_path() / Text;
+  }
+  return std::string();
+}
+
+namespace {
+
+/// What a path names, for telling whether two paths name the same file.
+struct FileIdentity {
+  dev_t Device = 0;
+  ino_t Inode = 0;
+  /// Empty for an existing file; else the last component of the name, the
+  /// device and inode being those of its folder.
+  std::string Name;
+
+  bool operator==(const FileIdentity &Other) const {
+    return Device == Other.Device && Inode == Other.Inode && Name == Other.Name;
+  }
+};
+
+bool Identify(const std::string &Path, FileIdentity &Identity) {
+  if (Path.empty())
+    return false;
+  struct stat Info;
+  if (::stat(Path.c_str(), &Info) == 0) {
+    Identity = FileIdentity{Info.st_dev, Info.st_ino, std::string()};
+    return true;
+  }
+  if (errno != ENOENT)
+    return false;
+  const fs::path Followed(MsOutputStream::FollowLinks(Path));
+  if (Followed.empty())
+    return false;
+  std::string Folder = Followed.parent_path().string();
+  if (Folder.empty())
+    Folder = ".";
+  if (::stat(Folder.c_str(), &Info) != 0 || !S_ISDIR(Info.st_mode))
+    return false;
+  Identity =
+      FileIdentity{Info.st_dev, Info.st_ino, Followed.filename().string()};
+  return true;
+}
+
+} // namespace
+
+bool MsOutputStream::SameFile(const std::string &A, const std::string &B) {
+  FileIdentity First, Second;
+  return Identify(A, First) && Identify(B, Second) && First == Second;
 }
 
 std::string MsOutputStream::TempFilePath(const std::string &Folder) {

@@ -12,25 +12,36 @@ class MsConsole;
 
 /// Opens output files. Three kinds exist:
 ///
-/// - Temp: the text goes into a temporary file in the target's folder (eight
-///   random characters and ".tmp"); Close flushes and closes it, removes the
-///   old target and renames the temporary file onto it. After a failure the
-///   target keeps its old contents and the temporary file is gone.
+/// - Temp: the text goes into a temporary file (eight random characters and
+///   ".tmp") in the folder of the file the target leads to once symbolic
+///   links are followed; Close flushes and closes it and renames it onto
+///   that file with one rename(2), so the target is never missing and a link
+///   stays a link. After a failure the target keeps its old contents and the
+///   temporary file is gone.
 /// - Volatile: the old target is removed and the target is written in place;
 ///   after a failure it is removed, so it does not exist.
-/// - Console: the text goes to standard output (the stream std::cout writes
-///   to at the time of opening); only text mode is possible.
+/// - Console: the text goes to standard output (the buffer std::cout has at
+///   the time of opening) when the file is closed; only text mode is
+///   possible. A console file abandoned without Close writes nothing.
 ///
-/// A target that exists and is neither a regular file nor a folder (a
-/// device such as /dev/null or /dev/full, a pipe) is written in place by
+/// The path "-" means standard output for every kind. A target that exists
+/// and, links followed, is neither a regular file nor a folder (a device
+/// such as /dev/null or /dev/full, a pipe, a socket) is written in place by
 /// the Temp and Volatile kinds: it has no contents to keep, and it is never
-/// removed or replaced.
+/// removed or replaced. So is a regular file that a link leads to only
+/// through a link whose text names no path (such as /proc/self/fd/1 for a
+/// file that was deleted).
+///
+/// While a temporary file, or a volatile target, may still have to go, its
+/// path is listed in MsTempFileRegistry, so that SIGINT, SIGTERM and SIGHUP
+/// remove it before they end the process.
 ///
 /// Failures are diagnostics of the "Ms" table at level 2 without position:
 /// Ms003 the file cannot be opened, Ms004 the stream failed while it was
-/// written, Ms005 the flush, close or rename failed (or anything else threw
-/// while closing), Ms006 the path is not usable (empty, or an existing
-/// folder). A successful close tells the console that the target was written
+/// written (for standard output: any failure to write it), Ms005 the flush,
+/// close or rename failed (or anything else threw while closing), Ms006 the
+/// path is not usable (empty, or an existing folder). A successful close of
+/// a Temp or Volatile file tells the console that the target was written
 /// (NotifyOutputFileWritten).
 class MsOutputStream {
 public:
@@ -59,9 +70,10 @@ public:
 
   /// Opens Path as an output file of kind K. For the Temp and Volatile kinds
   /// reports Ms006 (empty path, existing folder) or Ms003 (the file cannot be
-  /// opened) to Console and answers null. For the Console kind Path only
-  /// names the output in messages; Mode::Binary is the internal failure
-  /// "MsOutputStream: console opened in non-text mode".
+  /// opened) to Console and answers null; "-" opens a Console file instead.
+  /// For the Console kind Path only names the output in messages;
+  /// Mode::Binary is the internal failure "MsOutputStream: console opened in
+  /// non-text mode".
   static std::unique_ptr<OutFile> Open(MsConsole &Console, Kind K,
                                        const std::string &Path,
                                        Mode M = Mode::Text);
@@ -70,6 +82,21 @@ public:
   /// nor a folder (a device, a pipe), which the Temp and Volatile kinds
   /// write in place. Links are followed.
   static bool IsSpecialFile(const std::string &Path);
+
+  /// The path of the file Path leads to when its chain of symbolic links is
+  /// followed by name: each link is replaced by its text, a relative text
+  /// being taken from the link's folder. Path itself when it is no link; the
+  /// last path of the chain when that does not exist (a dangling link).
+  /// Empty after 40 links (a loop). Links in folder names are left alone:
+  /// they lead to the same folder either way.
+  static std::string FollowLinks(const std::string &Path);
+
+  /// Whether A and B name the same file, however they are spelt: the same
+  /// device and inode for files that exist (links followed, so a hard link
+  /// and a symbolic link count as the file itself); for a name that does not
+  /// exist yet, the same folder and the same last component once links are
+  /// followed. False when either cannot be looked at.
+  static bool SameFile(const std::string &A, const std::string &B);
 
   /// A path in Folder (the current folder when empty) for a new temporary
   /// file: eight characters from A-Z, a-z, 0-9, each the next output of the

@@ -4,6 +4,7 @@
 #include "console/MsDependHandler.h"
 #include "console/MsMessageFormatter.h"
 #include "console/MsMessages.h"
+#include "console/MsOutputStream.h"
 
 #include <iostream>
 
@@ -29,6 +30,19 @@ const char DiagHint[] = "tag,tag,...";
 bool FlagWalked(const ClArgParser &Parser) {
   const std::vector<ClOccurrence> &Occs = Parser.Occurrences();
   return !Occs.empty() && Occs.front().InToken.empty();
+}
+
+/// Whether a dependency list at Path would be written over the tool's main
+/// output or its main input. Standard output ("-") may carry both the main
+/// output and lists.
+bool WouldOverwriteRunFile(const MsConsole &Console, const std::string &Path) {
+  if (Path == "-")
+    return false;
+  const std::string &Output = Console.MainOutputName();
+  const std::string &Input = Console.MainInputName();
+  return (!Output.empty() && Output != "-" &&
+          MsOutputStream::SameFile(Path, Output)) ||
+         (!Input.empty() && MsOutputStream::SameFile(Path, Input));
 }
 } // namespace
 
@@ -120,6 +134,11 @@ void MsSubSystem::ApplyDependencies(MsConsole &Console) const {
     if (!MsDependHandler::ListPath(Value.Second, Target, Path)) {
       Console.Report(MsMakeTag(MsMsgIllegalPath), MsConsole::ErrorFixed,
                      Value.Second);
+      Failed = true;
+      continue;
+    }
+    if (WouldOverwriteRunFile(Console, Path)) {
+      Console.Report(MsMakeTag(MsMsgIllegalPath), MsConsole::ErrorFixed, Path);
       Failed = true;
       continue;
     }

@@ -61,10 +61,14 @@ public:
   /// also the target the make styles write; the tool sets it before the
   /// console's options are applied ("-" when the main output is standard
   /// output, which leaves "+" and folder destinations without a name). A
-  /// destination that names no file is reported as Ms006, one that cannot be
-  /// opened as Ms003; after such a failure, once every list was tried, the
-  /// lists are dropped and MsConsoleException is thrown: the run stops
-  /// before the tool's work.
+  /// destination that names no file is reported as Ms006 with the
+  /// destination, one that names the main output or the main input (the
+  /// same file, however spelt) as Ms006 with the list's path, one that
+  /// cannot be opened as Ms003; after such a failure, once every list was
+  /// tried, the lists are dropped and MsConsoleException is thrown: the run
+  /// stops before the tool's work, and no list is written. The destination
+  /// "-" is standard output, where the list comes at the summary, after the
+  /// tool's own output.
   void ApplyDependencies(MsConsole &Console) const;
 
   const ClFlagArg &SilentOption() const { return Silent; }

@@ -7,6 +7,10 @@
 #include <limits>
 #include <map>
 
+#if defined(__GLIBCXX__)
+#include <ext/stdio_sync_filebuf.h>
+#endif
+
 namespace {
 
 using Traits = std::streambuf::traits_type;
@@ -228,27 +232,38 @@ GeLineBufStdout::GeLineBufStdout(std::ostream &Stream)
     : GeForwardingStreambuf(Stream) {
   if (LineBufStdoutCount++ == 0)
     std::setvbuf(stdout, StdoutBuffer, _IOLBF, sizeof(StdoutBuffer));
+#if defined(__GLIBCXX__)
+  if (auto *Sync =
+          dynamic_cast<__gnu_cxx::stdio_sync_filebuf<char> *>(Target()))
+    CStream = Sync->file();
+#endif
 }
 
 GeLineBufStdout::~GeLineBufStdout() { --LineBufStdoutCount; }
 
 int GeLineBufStdout::LiveInstances() { return LineBufStdoutCount; }
 
+bool GeLineBufStdout::CStreamFailed() const {
+  return CStream && std::ferror(CStream);
+}
+
 GeLineBufStdout::int_type GeLineBufStdout::overflow(int_type Ch) {
   if (Traits::eq_int_type(Ch, Traits::eof()))
     return Traits::not_eof(Ch);
   const char C = Traits::to_char_type(Ch);
-  if (!ForwardChar(C))
+  if (CStreamFailed() || !ForwardChar(C))
     return Traits::eof();
   if (C == '\n' && Target()->pubsync() == -1)
     return Traits::eof();
-  return Ch;
+  return CStreamFailed() ? Traits::eof() : Ch;
 }
 
 std::streamsize GeLineBufStdout::xsputn(const char *Text,
                                         std::streamsize Count) {
   std::streamsize Done = 0;
   while (Done < Count) {
+    if (CStreamFailed())
+      return Done;
     const char *Begin = Text + Done;
     const void *Feed =
         std::memchr(Begin, '\n', static_cast<std::size_t>(Count - Done));
@@ -259,9 +274,18 @@ std::streamsize GeLineBufStdout::xsputn(const char *Text,
       return Done + Written;
     if (Feed && Target()->pubsync() == -1)
       return Done + Written - 1;
+    // The C library may have dropped what it took, and still answered
+    // success: the whole run counts as not written.
+    if (CStreamFailed())
+      return Done;
     Done += Written;
   }
   return Done;
+}
+
+int GeLineBufStdout::sync() {
+  const int Result = GeForwardingStreambuf::sync();
+  return Result == 0 && CStreamFailed() ? -1 : Result;
 }
 
 //===----------------------------------------------------------------------===//

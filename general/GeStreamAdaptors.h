@@ -7,6 +7,7 @@
 #define GENERAL_GESTREAMADAPTORS_H
 
 #include <cstdint>
+#include <cstdio>
 #include <ostream>
 #include <sstream>
 #include <streambuf>
@@ -126,6 +127,14 @@ private:
 /// Creating the first live instance also switches the C standard output into
 /// line-buffered mode with a 512-byte buffer; the number of live instances is
 /// kept in a process-wide counter.
+///
+/// When the target is the buffer that hands std::cout's characters to a C
+/// stream (the library's stdio_sync_filebuf), the C stream's error flag is
+/// read after every block, character and synchronisation: the C library drops
+/// a buffer it failed to write and only sets that flag, while the calls that
+/// filled the buffer, and the flush that follows, report success. Once the
+/// flag is set every write and synchronisation here fails, so the stream
+/// above goes bad and no failure of standard output is lost.
 class GeLineBufStdout : public GeForwardingStreambuf {
 public:
   explicit GeLineBufStdout(std::ostream &Stream);
@@ -134,9 +143,18 @@ public:
   /// The number of GeLineBufStdout objects alive in the process.
   static int LiveInstances();
 
+  /// Whether the C stream under the target has failed (false when the
+  /// target is not a C stream's buffer).
+  bool CStreamFailed() const;
+
 protected:
   int_type overflow(int_type Ch) override;
   std::streamsize xsputn(const char *Text, std::streamsize Count) override;
+  int sync() override;
+
+private:
+  /// The C stream the target writes to, or null.
+  std::FILE *CStream = nullptr;
 };
 
 /// A string output stream whose column is known: it installs its own

@@ -5,6 +5,7 @@
 #include "general/GeStreamAdaptors.h"
 #include "setup/SuErrFun.h"
 #include "setup/SuFaultGuard.h"
+#include "setup/SuProcessStart.h"
 
 #include <exception>
 #include <iostream>
@@ -111,6 +112,7 @@ SuIdeAgentInstaller SuSetIdeAgentInstaller(SuIdeAgentInstaller Installer) {
 }
 
 int SuRun(int Argc, char **Argv, SuMain &Main) {
+  SuPrepareProcess();
   std::set_new_handler(&OnAllocationFailure);
   // Keeps the fault handler installed while a report is made, so that a
   // fault during reporting ends the process instead of looping.

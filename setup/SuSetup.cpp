@@ -6,6 +6,7 @@
 #include "cmdline/ClHelp.h"
 #include "cmdline/ClLine.h"
 #include "console/MsConsole.h"
+#include "console/MsMessages.h"
 #include "console/MsOutputStream.h"
 #include "console/MsSubSystem.h"
 #include "general/GeInternalFailure.h"
@@ -243,6 +244,10 @@ void SuDoItContinuation::PrintHelp() {
   std::cout << '\n' << Text;
   ClPrintHelp(std::cout, Setup.Parser());
   std::cout.flush();
+  if (!std::cout) {
+    Console.Report(MsMakeTag(MsMsgWriteProblem), MsConsole::ErrorFixed, "-");
+    throw MsConsoleException();
+  }
   throw SuTerminate();
 }
 
@@ -312,8 +317,8 @@ void SuDoItContinuation::WalkAndReport(ClParser &Root) {
 }
 
 /// Writes an output file of the framework through a temporary file, so that
-/// a failure leaves the old file as it was; failures are reported to the
-/// console.
+/// a failure leaves the old file as it was ("-" is standard output);
+/// failures are reported to the console.
 void WriteOutputFile(MsConsole &Console, const std::string &Path,
                      const std::function<void(std::ostream &)> &Write) {
   std::unique_ptr<MsOutputStream::OutFile> File = MsOutputStream::Open(
@@ -324,11 +329,11 @@ void WriteOutputFile(MsConsole &Console, const std::string &Path,
   File->Close();
 }
 
-/// The file a dump option's Value names: a device (such as /dev/stdout) as
-/// it stands, anything else by SuOutputFileName.
+/// The file a dump option's Value names: standard output ("-") and a device
+/// (such as /dev/stdout) as they stand, anything else by SuOutputFileName.
 std::string DumpFileName(const std::string &Value,
                          const std::string &DefaultName) {
-  if (MsOutputStream::IsSpecialFile(Value))
+  if (Value == "-" || MsOutputStream::IsSpecialFile(Value))
     return Value;
   return SuOutputFileName(Value, DefaultName, ".txt");
 }
@@ -356,13 +361,6 @@ void DistributeCommandLines(MsConsole &Console, const std::string &Value,
       First = false;
     }
   };
-  if (Value == "-") {
-    std::unique_ptr<MsOutputStream::OutFile> Out =
-        MsOutputStream::Open(Console, MsOutputStream::Kind::Console, Value);
-    WriteAll(Out->Stream());
-    Out->Close();
-    return;
-  }
   WriteOutputFile(Console, DumpFileName(Value, "separate_commands"), WriteAll);
 }
 

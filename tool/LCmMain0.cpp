@@ -66,8 +66,10 @@ public:
         Manifest.IsGiven() ? Manifest.Value() : DefaultManifestPath();
     Request.OutputPath = Output.IsGiven() ? Output.Value() : DefaultOutput;
     // The console applies its options (dependency lists among them) after
-    // this system, so the lists learn their target here.
+    // this system, so the lists learn their target, and the files they must
+    // not be written over, here.
     Setup.Console().SetMainOutputName(Request.OutputPath);
+    Setup.Console().SetMainInputName(Request.ManifestPath);
     Request.All = All.Value();
     Request.CheckNames = Members(*CheckParser);
     Request.DefaultPackages = Members(*DefaultParser);

@@ -4,6 +4,7 @@
 
 #include "console/MsConsole.h"
 #include "console/MsMessages.h"
+#include "console/MsOutputStream.h"
 #include "tool/CoutSink.h"
 #include "tool/LcManifestReader.h"
 #include "tool/LcMessages.h"
@@ -12,12 +13,20 @@
 #include <boost/iostreams/device/file_descriptor.hpp>
 #include <boost/iostreams/stream.hpp>
 
+#include <cerrno>
+#include <cstdlib>
 #include <istream>
 #include <locale>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -126,6 +135,175 @@ private:
   std::ostream &Out;
   std::string Chunk;
 };
+
+/// Whether Path names a regular file (links followed).
+bool IsRegularFile(const std::string &Path) {
+  struct stat Info;
+  return ::stat(Path.c_str(), &Info) == 0 && S_ISREG(Info.st_mode);
+}
+
+/// Whether writing the output would write over the manifest: both are the
+/// same regular file, however spelt; for "-", standard output is that file.
+/// Devices and pipes (a terminal that is both /dev/stdin and /dev/stdout)
+/// are not refused: writing them destroys nothing.
+bool OutputIsManifest(const std::string &OutputPath,
+                      const std::string &ManifestPath) {
+  if (!IsRegularFile(ManifestPath))
+    return false;
+  if (OutputPath != "-")
+    return MsOutputStream::SameFile(OutputPath, ManifestPath);
+  struct stat Output, Manifest;
+  return ::fstat(STDOUT_FILENO, &Output) == 0 && S_ISREG(Output.st_mode) &&
+         ::stat(ManifestPath.c_str(), &Manifest) == 0 &&
+         Output.st_dev == Manifest.st_dev && Output.st_ino == Manifest.st_ino;
+}
+
+/// Closes a descriptor it owns.
+class Descriptor {
+public:
+  Descriptor() = default;
+  explicit Descriptor(int Handle) : Fd(Handle) {}
+  Descriptor(Descriptor &&Other) noexcept : Fd(std::exchange(Other.Fd, -1)) {}
+  Descriptor &operator=(Descriptor &&Other) noexcept {
+    std::swap(Fd, Other.Fd);
+    return *this;
+  }
+  Descriptor(const Descriptor &) = delete;
+  Descriptor &operator=(const Descriptor &) = delete;
+  ~Descriptor() {
+    if (Fd >= 0)
+      ::close(Fd);
+  }
+  int Get() const { return Fd; }
+  bool IsOpen() const { return Fd >= 0; }
+
+private:
+  int Fd = -1;
+};
+
+/// Writes Size bytes of Data to Handle, through short writes and
+/// interruptions; answers whether all were written.
+bool WriteFully(int Handle, const char *Data, std::size_t Size) {
+  while (Size > 0) {
+    const ssize_t Written = ::write(Handle, Data, Size);
+    if (Written < 0) {
+      if (errno == EINTR)
+        continue;
+      return false;
+    }
+    Data += Written;
+    Size -= static_cast<std::size_t>(Written);
+  }
+  return true;
+}
+
+/// The manifest as the passes read it. Each pass opens the file again,
+/// unless it can be read only once (a pipe, a FIFO, a terminal) and more
+/// than one pass reads it: then the first pass copies it into an anonymous
+/// file, in blocks, and every pass reads the copy from its start. The copy
+/// is a memory file (memfd_create), or when the system has none an unnamed
+/// file (O_TMPFILE) in $TMPDIR or /tmp; it has no name, so nothing is left
+/// behind, whatever ends the run.
+class ManifestSource {
+public:
+  ManifestSource(std::string ManifestPath, bool ReadOnce)
+      : Path(std::move(ManifestPath)), Once(ReadOnce) {}
+
+  /// Opens Reader on the manifest. A manifest that cannot be opened is
+  /// reported as Lc002; a copy that cannot be made or written, as Ms003 or
+  /// Ms004 with the copy's name; both throw MsConsoleException.
+  void Open(LcManifestReader &Reader) {
+    if (!Once) {
+      Reader.Open(Path);
+      return;
+    }
+    if (!Copy.IsOpen())
+      MakeCopy();
+    if (::lseek(Copy.Get(), 0, SEEK_SET) != 0)
+      Fail(MsMsgWriteProblem);
+    Stream = std::make_unique<CopyStream>(
+        boost::iostreams::file_descriptor_source(
+            Copy.Get(), boost::iostreams::never_close_handle),
+        LcManifestReader::BufferSize);
+    Reader.Open(*Stream);
+  }
+
+private:
+  using CopyStream =
+      boost::iostreams::stream<boost::iostreams::file_descriptor_source>;
+  static constexpr std::size_t CopyBlockSize = 64 * 1024;
+
+  void MakeCopy() {
+    Descriptor In(::open(Path.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat Info;
+    if (!In.IsOpen() || ::fstat(In.Get(), &Info) != 0 ||
+        S_ISDIR(Info.st_mode)) {
+      LcReport(LcMsgCouldNotOpen, Path);
+      throw MsConsoleException();
+    }
+    Copy = MakeAnonymousFile();
+    if (!Copy.IsOpen())
+      Fail(MsMsgCannotWrite);
+    std::unique_ptr<char[]> Block(new char[CopyBlockSize]);
+    for (;;) {
+      const ssize_t Read = ::read(In.Get(), Block.get(), CopyBlockSize);
+      if (Read < 0 && errno == EINTR)
+        continue;
+      // A read error ends the input, as it does when the file is read
+      // directly.
+      if (Read <= 0)
+        break;
+      if (!WriteFully(Copy.Get(), Block.get(), static_cast<std::size_t>(Read)))
+        Fail(MsMsgWriteProblem);
+    }
+  }
+
+  /// Opens an anonymous file for reading and writing; sets CopyName to the
+  /// name messages give it.
+  Descriptor MakeAnonymousFile() {
+    CopyName = "memfd:chksel-manifest";
+    Descriptor Memory(::memfd_create("chksel-manifest", MFD_CLOEXEC));
+    if (Memory.IsOpen())
+      return Memory;
+    const char *TmpDir = std::getenv("TMPDIR");
+    for (const char *Folder : {TmpDir, "/tmp"}) {
+      if (!Folder || !*Folder)
+        continue;
+      CopyName = Folder;
+      Descriptor Unnamed(
+          ::open(Folder, O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR));
+      if (Unnamed.IsOpen())
+        return Unnamed;
+    }
+    return Descriptor();
+  }
+
+  [[noreturn]] void Fail(MsMessageNumber Number) {
+    MsGetConsole().Report(MsMakeTag(Number), MsConsole::ErrorFixed, CopyName);
+    throw MsConsoleException();
+  }
+
+  std::string Path;
+  bool Once;
+  Descriptor Copy;
+  std::string CopyName;
+  /// The stream of the current pass over the copy; the reader borrows it.
+  std::unique_ptr<CopyStream> Stream;
+};
+
+/// One pass of Mode over Source, writing to OutputPath.
+void RunPass(LcSelectionMode Mode, ManifestSource &Source,
+             const std::string &ManifestPath, const std::string &OutputPath,
+             const std::vector<std::string> &Requested) {
+  PassOutput Output(OutputPath);
+  LcRecordSelector Selector(Mode, Requested);
+  LcManifestReader Reader;
+  Source.Open(Reader);
+  MsGetConsole().AnnounceFile(ManifestPath);
+  LcSelectRecords(Reader, Selector, Output.Stream());
+  Reader.Close();
+  Output.Finish();
+}
 
 // The keys the rules read. Select looks only at those of a key's length.
 constexpr std::string_view CheckNameKey = "checkname";
@@ -280,34 +458,40 @@ void LcSelectFromStream(LcSelectionMode Mode, std::istream &Manifest,
 void LcRunPass(LcSelectionMode Mode, const std::string &ManifestPath,
                const std::string &OutputPath,
                const std::vector<std::string> &Requested) {
-  PassOutput Output(OutputPath);
-  LcRecordSelector Selector(Mode, Requested);
-  LcManifestReader Reader;
-  Reader.Open(ManifestPath);
-  MsGetConsole().AnnounceFile(ManifestPath);
-  LcSelectRecords(Reader, Selector, Output.Stream());
-  Reader.Close();
-  Output.Finish();
+  ManifestSource Source(ManifestPath, false);
+  RunPass(Mode, Source, ManifestPath, OutputPath, Requested);
 }
 
 void LcRunSelection(const LcSelectionRequest &Request) {
   static const std::vector<std::string> NoValues;
+  std::vector<std::pair<LcSelectionMode, const std::vector<std::string> *>>
+      Passes;
+  if (Request.All)
+    Passes.emplace_back(LcSelectionMode::AllChecks, &NoValues);
+  if (!Request.CheckNames.empty())
+    Passes.emplace_back(LcSelectionMode::NamedChecks, &Request.CheckNames);
+  if (!Request.DefaultPackages.empty())
+    Passes.emplace_back(LcSelectionMode::DefaultChecksOfPackages,
+                        &Request.DefaultPackages);
+  if (!Request.Groups.empty())
+    Passes.emplace_back(LcSelectionMode::ChecksOfGroups, &Request.Groups);
+  if (!Request.Packages.empty())
+    Passes.emplace_back(LcSelectionMode::ChecksOfPackages, &Request.Packages);
+  if (Passes.empty())
+    return;
+
   const std::string &Manifest = Request.ManifestPath;
   const std::string &Output = Request.OutputPath;
-  if (Request.All)
-    LcRunPass(LcSelectionMode::AllChecks, Manifest, Output, NoValues);
-  if (!Request.CheckNames.empty())
-    LcRunPass(LcSelectionMode::NamedChecks, Manifest, Output,
-              Request.CheckNames);
-  if (!Request.DefaultPackages.empty())
-    LcRunPass(LcSelectionMode::DefaultChecksOfPackages, Manifest, Output,
-              Request.DefaultPackages);
-  if (!Request.Groups.empty())
-    LcRunPass(LcSelectionMode::ChecksOfGroups, Manifest, Output,
-              Request.Groups);
-  if (!Request.Packages.empty())
-    LcRunPass(LcSelectionMode::ChecksOfPackages, Manifest, Output,
-              Request.Packages);
+  if (OutputIsManifest(Output, Manifest)) {
+    MsGetConsole().Report(MsMakeTag(MsMsgIllegalPath), MsConsole::ErrorFixed,
+                          Output);
+    throw MsConsoleException();
+  }
+  // A manifest that is no regular file may not be there a second time.
+  ManifestSource Source(Manifest,
+                        Passes.size() > 1 && !IsRegularFile(Manifest));
+  for (const auto &Pass : Passes)
+    RunPass(Pass.first, Source, Manifest, Output, *Pass.second);
 }
 
 bool LcOutputOpened() { return OutputOpenedFlag; }

@@ -93,6 +93,13 @@ void LcRunPass(LcSelectionMode Mode, const std::string &ManifestPath,
 
 /// Runs the pass of every selection present in Request, in the order of
 /// LcSelectionMode. With no selection nothing is opened.
+///
+/// Before the first pass, an output that is the manifest itself (the same
+/// regular file however spelt, or for "-" a standard output redirected into
+/// it) is reported as Ms006 with the output path, and MsConsoleException is
+/// thrown: nothing is opened or truncated. A manifest that is not a regular
+/// file (a pipe, /dev/stdin) is read only once when several passes run: the
+/// first pass copies it into an anonymous file that every pass reads.
 void LcRunSelection(const LcSelectionRequest &Request);
 
 /// Whether a pass has opened the output in this process.

@@ -4,6 +4,7 @@
 
 #include "console/MsConsoleConcrete.h"
 #include "console/MsMessages.h"
+#include "console/MsTempFileRegistry.h"
 #include "tests/console/MsConsoleTestSupport.h"
 #include "tests/console/MsFileTestSupport.h"
 
@@ -11,6 +12,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <iostream>
 #include <random>
 #include <sstream>
@@ -426,6 +428,317 @@ TEST(MsOutputStreamTempTest, EmptyPathAndFolderGiveMs006) {
 }
 
 //===----------------------------------------------------------------------===//
+// Symbolic links: written through, never replaced
+//===----------------------------------------------------------------------===//
+
+std::string LinkText(const std::string &Path) {
+  std::error_code Error;
+  std::filesystem::path Text = std::filesystem::read_symlink(Path, Error);
+  return Error ? "<no link>" : Text.string();
+}
+
+TEST(MsOutputStreamLinkTest, FollowLinks) {
+  ScratchDir Dir;
+  namespace fs = std::filesystem;
+  fs::create_directory(Dir.Path("sub"));
+  Spit(Dir.Path("plain"), "x");
+  fs::create_symlink("plain", Dir.Path("one"));
+  fs::create_symlink("sub/two", Dir.Path("chain"));
+  fs::create_symlink("../final", Dir.Path("sub/two"));
+  fs::create_symlink(Dir.Path("plain"), Dir.Path("absolute"));
+  fs::create_symlink("nothing/here", Dir.Path("dangling"));
+  fs::create_symlink("loop2", Dir.Path("loop1"));
+  fs::create_symlink("loop1", Dir.Path("loop2"));
+  struct Case {
+    std::string Path;
+    std::string Expected;
+  };
+  const Case Cases[] = {
+      {Dir.Path("plain"), Dir.Path("plain")},
+      {Dir.Path("missing"), Dir.Path("missing")},
+      {Dir.Path("one"), Dir.Path("plain")},
+      {Dir.Path("chain"), Dir.Path("sub/../final")},
+      {Dir.Path("absolute"), Dir.Path("plain")},
+      {Dir.Path("dangling"), Dir.Path("nothing/here")},
+      {Dir.Path("loop1"), ""},
+  };
+  for (const Case &C : Cases)
+    EXPECT_EQ(MsOutputStream::FollowLinks(C.Path), C.Expected) << C.Path;
+}
+
+TEST(MsOutputStreamLinkTest, RelativeLinkInTheCurrentFolder) {
+  ScratchDir Dir;
+  std::filesystem::create_symlink("target.txt", Dir.Path("lnk"));
+  std::filesystem::path Previous = std::filesystem::current_path();
+  std::filesystem::current_path(Dir.Root());
+  const std::string Followed = MsOutputStream::FollowLinks("lnk");
+  std::filesystem::current_path(Previous);
+  EXPECT_EQ(Followed, "target.txt");
+}
+
+/// A folder with real/dep.d ("old\n") and the link lnk.d -> real/dep.d, and
+/// a Temp file opened on the link.
+struct LinkedList {
+  LinkedList() {
+    std::filesystem::create_directory(Dir.Path("real"));
+    Spit(Dir.Path("real/dep.d"), "old\n");
+    std::filesystem::create_symlink("real/dep.d", Dir.Path("lnk.d"));
+    File = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("lnk.d"));
+  }
+  ScratchDir Dir;
+  Fixture F;
+  std::unique_ptr<MsOutputStream::OutFile> File;
+};
+
+TEST(MsOutputStreamLinkTest, TempFileWritesThroughALink) {
+  LinkedList L;
+  ASSERT_TRUE(L.File);
+  // The temporary file is next to the file the link leads to.
+  EXPECT_EQ(TempFilesIn(L.Dir.Path("real")).size(), 1u);
+  EXPECT_EQ(NamesIn(L.Dir.Root()), (std::set<std::string>{"lnk.d", "real"}));
+  L.File->Stream() << "new\n";
+  EXPECT_TRUE(L.File->Close());
+  EXPECT_EQ(LinkText(L.Dir.Path("lnk.d")), "real/dep.d");
+  EXPECT_EQ(Slurp(L.Dir.Path("real/dep.d")), "new\n");
+  EXPECT_EQ(NamesIn(L.Dir.Path("real")), std::set<std::string>{"dep.d"});
+  EXPECT_EQ(L.F.Written(), std::vector<std::string>{L.Dir.Path("lnk.d")});
+  EXPECT_EQ(L.F.Err.str(), "");
+}
+
+TEST(MsOutputStreamLinkTest, DanglingLinkGetsItsFile) {
+  ScratchDir Dir;
+  Fixture F;
+  std::filesystem::create_directory(Dir.Path("real"));
+  std::filesystem::create_symlink(Dir.Path("real/new.d"), Dir.Path("lnk.d"));
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("lnk.d"));
+  ASSERT_TRUE(File);
+  File->Stream() << "list\n";
+  EXPECT_TRUE(File->Close());
+  EXPECT_EQ(LinkText(Dir.Path("lnk.d")), Dir.Path("real/new.d"));
+  EXPECT_EQ(Slurp(Dir.Path("real/new.d")), "list\n");
+  EXPECT_EQ(NamesIn(Dir.Path("real")), std::set<std::string>{"new.d"});
+}
+
+TEST(MsOutputStreamLinkTest, FailureKeepsLinkAndFile) {
+  LinkedList L;
+  ASSERT_TRUE(L.File);
+  L.File->Stream() << "half";
+  L.File->Stream().setstate(std::ios_base::badbit);
+  EXPECT_FALSE(L.File->Close());
+  EXPECT_EQ(L.F.Err.str(),
+            Expected("Ms004", "problem writing to file", L.Dir.Path("lnk.d")));
+  EXPECT_EQ(LinkText(L.Dir.Path("lnk.d")), "real/dep.d");
+  EXPECT_EQ(Slurp(L.Dir.Path("real/dep.d")), "old\n");
+  EXPECT_EQ(NamesIn(L.Dir.Path("real")), std::set<std::string>{"dep.d"});
+}
+
+TEST(MsOutputStreamLinkTest, LinkToADeviceIsWrittenInPlace) {
+  if (!IsCharacterDevice("/dev/null"))
+    GTEST_SKIP() << "no /dev/null";
+  ScratchDir Dir;
+  Fixture F;
+  std::filesystem::create_symlink("/dev/null", Dir.Path("null"));
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("null"));
+  ASSERT_TRUE(File);
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"null"});
+  File->Stream() << "gone\n";
+  EXPECT_TRUE(File->Close());
+  EXPECT_EQ(LinkText(Dir.Path("null")), "/dev/null");
+  EXPECT_TRUE(IsCharacterDevice("/dev/null"));
+}
+
+/// A file Name in Dir holding "old\n", open for reading, and the path of
+/// its descriptor under /proc/self/fd.
+struct OpenDescriptor {
+  OpenDescriptor(const ScratchDir &Dir, const std::string &Name) {
+    Spit(Dir.Path(Name), "old\n");
+    Handle = ::open(Dir.Path(Name).c_str(), O_RDONLY);
+    Proc = "/proc/self/fd/" + std::to_string(Handle);
+  }
+  ~OpenDescriptor() {
+    if (Handle >= 0)
+      ::close(Handle);
+  }
+  int Handle;
+  std::string Proc;
+};
+
+TEST(MsOutputStreamLinkTest, LinkThroughAnOpenDescriptor) {
+  // /proc/self/fd/N leads by name to the file's path: the file there is
+  // replaced, and the links stay.
+  ScratchDir Dir;
+  Fixture F;
+  OpenDescriptor Open(Dir, "open.txt");
+  ASSERT_GE(Open.Handle, 0);
+  std::filesystem::create_symlink(Open.Proc, Dir.Path("fd"));
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("fd"));
+  ASSERT_TRUE(File);
+  File->Stream() << "new\n";
+  EXPECT_TRUE(File->Close());
+  EXPECT_EQ(LinkText(Dir.Path("fd")), Open.Proc);
+  EXPECT_EQ(Slurp(Dir.Path("open.txt")), "new\n");
+  EXPECT_EQ(NamesIn(Dir.Root()), (std::set<std::string>{"fd", "open.txt"}));
+}
+
+TEST(MsOutputStreamLinkTest, DeletedFileBehindADescriptorIsWrittenInPlace) {
+  // The text of /proc/self/fd/N names no file any more ("... (deleted)"):
+  // the file the system reaches is written where it is.
+  ScratchDir Dir;
+  Fixture F;
+  OpenDescriptor Open(Dir, "gone.txt");
+  ASSERT_GE(Open.Handle, 0);
+  ::unlink(Dir.Path("gone.txt").c_str());
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Open.Proc);
+  ASSERT_TRUE(File);
+  File->Stream() << "new\n";
+  EXPECT_TRUE(File->Close());
+  EXPECT_TRUE(NamesIn(Dir.Root()).empty());
+  char Bytes[16] = {};
+  EXPECT_EQ(::pread(Open.Handle, Bytes, sizeof Bytes, 0), 4);
+  EXPECT_EQ(std::string(Bytes), "new\n");
+}
+
+TEST(MsOutputStreamLinkTest, LoopOfLinksGivesMs003) {
+  ScratchDir Dir;
+  Fixture F;
+  std::filesystem::create_symlink("b", Dir.Path("a"));
+  std::filesystem::create_symlink("a", Dir.Path("b"));
+  EXPECT_FALSE(MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("a")));
+  EXPECT_EQ(F.Err.str(),
+            Expected("Ms003", "could not open file", Dir.Path("a")));
+  EXPECT_EQ(NamesIn(Dir.Root()), (std::set<std::string>{"a", "b"}));
+}
+
+TEST(MsOutputStreamTempTest, FailedRenameGivesMs005AndKeepsWhatIsThere) {
+  // The target became a folder that is not empty: rename(2) refuses it.
+  ScratchDir Dir;
+  Fixture F;
+  const std::string Target = Dir.Path("out.txt");
+  auto File = MsOutputStream::Open(F.Console, Kind::Temp, Target);
+  ASSERT_TRUE(File);
+  File->Stream() << "new\n";
+  std::filesystem::create_directory(Target);
+  Spit(Dir.Path("out.txt/inside"), "kept");
+  EXPECT_FALSE(File->Close());
+  EXPECT_EQ(F.Err.str(), Expected("Ms005", "problem closing file", Target));
+  EXPECT_EQ(Slurp(Dir.Path("out.txt/inside")), "kept");
+  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+}
+
+//===----------------------------------------------------------------------===//
+// Same file
+//===----------------------------------------------------------------------===//
+
+TEST(MsOutputStreamSameFileTest, Spellings) {
+  ScratchDir Dir;
+  namespace fs = std::filesystem;
+  fs::create_directory(Dir.Path("sub"));
+  Spit(Dir.Path("m.txt"), "manifest");
+  Spit(Dir.Path("other.txt"), "manifest");
+  fs::create_hard_link(Dir.Path("m.txt"), Dir.Path("hard.txt"));
+  fs::create_symlink("m.txt", Dir.Path("soft.txt"));
+  fs::create_symlink("sub/new.d", Dir.Path("dangling"));
+  struct Case {
+    std::string A;
+    std::string B;
+    bool Same;
+  };
+  const std::string M = Dir.Path("m.txt");
+  const Case Cases[] = {
+      {M, M, true},
+      {M, Dir.Root() + "/./m.txt", true},
+      {M, Dir.Path("sub/../m.txt"), true},
+      {M, Dir.Path("hard.txt"), true},
+      {M, Dir.Path("soft.txt"), true},
+      {M, Dir.Path("other.txt"), false},
+      {M, Dir.Path("missing.txt"), false},
+      // Names that do not exist yet: the same folder and last component.
+      {Dir.Path("new.d"), Dir.Path("sub/../new.d"), true},
+      {Dir.Path("dangling"), Dir.Path("sub/new.d"), true},
+      {Dir.Path("new.d"), Dir.Path("sub/new.d"), false},
+      {Dir.Path("no/folder/x"), Dir.Path("no/folder/x"), false},
+      {"", "", false},
+  };
+  for (const Case &C : Cases)
+    EXPECT_EQ(MsOutputStream::SameFile(C.A, C.B), C.Same)
+        << C.A << " vs " << C.B;
+}
+
+//===----------------------------------------------------------------------===//
+// Signals: the files that still have to go are listed
+//===----------------------------------------------------------------------===//
+
+TEST(MsOutputStreamSignalTest, OpenFilesAreListedUntilClosedOrAbandoned) {
+  ScratchDir Dir;
+  Fixture F;
+  const std::size_t Before = MsTempFileRegistry::Size();
+  auto Temp = MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("t.txt"));
+  auto Volatile =
+      MsOutputStream::Open(F.Console, Kind::Volatile, Dir.Path("v.txt"));
+  ASSERT_TRUE(Temp);
+  ASSERT_TRUE(Volatile);
+  EXPECT_EQ(MsTempFileRegistry::Size(), Before + 2);
+  EXPECT_TRUE(Temp->Close());
+  EXPECT_EQ(MsTempFileRegistry::Size(), Before + 1);
+  Volatile.reset();
+  EXPECT_EQ(MsTempFileRegistry::Size(), Before);
+  auto Device = MsOutputStream::Open(F.Console, Kind::Temp, "/dev/null");
+  ASSERT_TRUE(Device);
+  EXPECT_EQ(MsTempFileRegistry::Size(), Before);
+}
+
+/// In a child process: opens a Temp file for Dir/out.txt and a Volatile
+/// file Dir/v.txt, writes to both and raises Number (ignored first when
+/// Ignore is set), then closes both. Answers the child's wait status.
+int RaiseWhileWriting(const ScratchDir &Dir, int Number, bool Ignore) {
+  pid_t Child = ::fork();
+  if (Child < 0)
+    return -1;
+  if (Child == 0) {
+    // Ignored from the start, as under nohup; otherwise the action stays
+    // what the process has (the handler, once any file was listed).
+    if (Ignore)
+      std::signal(Number, SIG_IGN);
+    Fixture F;
+    auto Temp =
+        MsOutputStream::Open(F.Console, Kind::Temp, Dir.Path("out.txt"));
+    auto Volatile =
+        MsOutputStream::Open(F.Console, Kind::Volatile, Dir.Path("v.txt"));
+    if (!Temp || !Volatile)
+      ::_exit(11);
+    Temp->Stream() << "half" << std::flush;
+    Volatile->Stream() << "half" << std::flush;
+    ::raise(Number);
+    ::_exit(Temp->Close() && Volatile->Close() ? 0 : 12);
+  }
+  int Status = 0;
+  if (::waitpid(Child, &Status, 0) != Child)
+    return -1;
+  return Status;
+}
+
+TEST(MsOutputStreamSignalTest, TerminatingSignalsRemoveTheFilesAndEndTheRun) {
+  for (int Number : {SIGINT, SIGTERM, SIGHUP}) {
+    ScratchDir Dir;
+    Spit(Dir.Path("out.txt"), "old\n");
+    const int Status = RaiseWhileWriting(Dir, Number, false);
+    ASSERT_TRUE(WIFSIGNALED(Status)) << Number << " status " << Status;
+    EXPECT_EQ(WTERMSIG(Status), Number);
+    EXPECT_EQ(Slurp(Dir.Path("out.txt")), "old\n");
+    EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+  }
+}
+
+TEST(MsOutputStreamSignalTest, IgnoredSignalStaysIgnored) {
+  ScratchDir Dir;
+  const int Status = RaiseWhileWriting(Dir, SIGHUP, true);
+  ASSERT_TRUE(WIFEXITED(Status)) << Status;
+  EXPECT_EQ(WEXITSTATUS(Status), 0);
+  EXPECT_EQ(Slurp(Dir.Path("out.txt")), "half");
+  EXPECT_EQ(Slurp(Dir.Path("v.txt")), "half");
+}
+
+//===----------------------------------------------------------------------===//
 // Devices: written in place, never removed or replaced
 //===----------------------------------------------------------------------===//
 
@@ -566,6 +879,79 @@ TEST(MsOutputStreamConsoleTest, WritesToStandardOutput) {
   EXPECT_EQ(Captured.str(), "to the console\n");
   EXPECT_TRUE(F.Written().empty());
   EXPECT_EQ(F.Err.str(), "");
+}
+
+TEST(MsOutputStreamConsoleTest, TextReachesStandardOutputAtTheClose) {
+  Fixture F;
+  std::ostringstream Captured;
+  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  auto File = MsOutputStream::Open(F.Console, Kind::Console, "-");
+  ASSERT_TRUE(File);
+  File->Stream() << "list\n";
+  std::cout << "before\n";
+  const std::string Meanwhile = Captured.str();
+  bool Written = File->Close();
+  std::cout.rdbuf(Saved);
+  EXPECT_TRUE(Written);
+  EXPECT_EQ(Meanwhile, "before\n");
+  EXPECT_EQ(Captured.str(), "before\nlist\n");
+}
+
+TEST(MsOutputStreamConsoleTest, AbandonedFileWritesNothing) {
+  Fixture F;
+  std::ostringstream Captured;
+  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  {
+    auto File = MsOutputStream::Open(F.Console, Kind::Console, "-");
+    ASSERT_TRUE(File);
+    File->Stream() << "never\n";
+  }
+  std::cout.rdbuf(Saved);
+  EXPECT_EQ(Captured.str(), "");
+  EXPECT_EQ(F.Err.str(), "");
+}
+
+TEST(MsOutputStreamConsoleTest, MinusIsStandardOutputForEveryKind) {
+  ScratchDir Dir;
+  std::filesystem::path Previous = std::filesystem::current_path();
+  std::filesystem::current_path(Dir.Root());
+  Fixture F;
+  std::ostringstream Captured;
+  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  for (Kind K : {Kind::Temp, Kind::Volatile}) {
+    auto File = MsOutputStream::Open(F.Console, K, "-", Mode::Binary);
+    if (File) {
+      EXPECT_EQ(File->Path(), "-");
+      File->Stream() << "out\n";
+      EXPECT_TRUE(File->Close());
+    }
+    EXPECT_TRUE(File);
+  }
+  std::cout.rdbuf(Saved);
+  std::filesystem::current_path(Previous);
+  EXPECT_EQ(Captured.str(), "out\nout\n");
+  EXPECT_TRUE(NamesIn(Dir.Root()).empty());
+  EXPECT_TRUE(F.Written().empty());
+}
+
+TEST(MsOutputStreamConsoleTest, RefusedWriteGivesMs004) {
+  Fixture F;
+  // A string buffer that takes nothing once 3 characters are in.
+  struct Refusing : std::stringbuf {
+    std::streamsize xsputn(const char *Text, std::streamsize Count) override {
+      const std::streamsize Room =
+          3 - static_cast<std::streamsize>(str().size());
+      return std::stringbuf::xsputn(
+          Text, std::min(Count, std::max<std::streamsize>(Room, 0)));
+    }
+  } Target;
+  std::streambuf *Saved = std::cout.rdbuf(&Target);
+  auto File = MsOutputStream::Open(F.Console, Kind::Console, "-");
+  File->Stream() << "too long\n";
+  bool Written = File->Close();
+  std::cout.rdbuf(Saved);
+  EXPECT_FALSE(Written);
+  EXPECT_EQ(F.Err.str(), Expected("Ms004", "problem writing to file", "-"));
 }
 
 TEST(MsOutputStreamConsoleTest, FailedStreamGivesMs004) {

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -308,6 +310,55 @@ TEST(MsSubSystemTest, UnopenableListStopsTheRun) {
   EXPECT_EQ(F.Err.str(),
             "Error[Ms003]: could not open file \"" + Path + "\" for writing\n");
   EXPECT_EQ(F.Console.ErrorCount(), 1u);
+}
+
+TEST(MsSubSystemTest, ListOverTheMainInputOrOutputIsAnIllegalPath) {
+  ScratchDir Dir;
+  Spit(Dir.Path("m.txt"), "manifest");
+  Spit(Dir.Path("sel.txt"), "selection");
+  std::filesystem::create_symlink("m.txt", Dir.Path("soft.txt"));
+  struct Case {
+    std::string Destination;
+    std::string MainOutput;
+    std::string Refused;
+  };
+  const Case Cases[] = {
+      {Dir.Path("m.txt"), Dir.Path("sel.txt"), Dir.Path("m.txt")},
+      {Dir.Path("soft.txt"), Dir.Path("sel.txt"), Dir.Path("soft.txt")},
+      {Dir.Root() + "/./sel.txt", Dir.Path("sel.txt"),
+       Dir.Root() + "/./sel.txt"},
+      // "+" is the main output's name with ".d": here the output itself.
+      {"+", Dir.Path("new.d"), Dir.Path("new.d")},
+  };
+  for (const Case &C : Cases) {
+    DependFixture F({"--dependencies=m", C.Destination}, C.MainOutput);
+    F.Console.SetMainInputName(Dir.Path("m.txt"));
+    EXPECT_THROW(F.Options.Apply(F.Console, F.Stdout), MsConsoleException);
+    F.Console.Start();
+    EXPECT_EQ(F.Err.str(),
+              "Error[Ms006]: illegal path \"" + C.Refused + "\"\n");
+    EXPECT_EQ(Slurp(Dir.Path("m.txt")), "manifest");
+    EXPECT_EQ(Slurp(Dir.Path("sel.txt")), "selection");
+    EXPECT_EQ(NamesIn(Dir.Root()),
+              (std::set<std::string>{"m.txt", "sel.txt", "soft.txt"}));
+  }
+}
+
+TEST(MsSubSystemTest, ListOnStandardOutputBesidesTheMainOutput) {
+  DependFixture F({"--dependencies=m", "-"}, "-");
+  std::ostringstream Captured;
+  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  F.Options.Apply(F.Console, F.Stdout);
+  F.Console.Start();
+  F.Console.AnnounceFile("m.txt");
+  const std::string BeforeSummary = Captured.str();
+  std::ostringstream Summary;
+  const int Status = F.Console.Summary(Summary);
+  std::cout.rdbuf(Saved);
+  EXPECT_EQ(Status, 0);
+  EXPECT_EQ(BeforeSummary, "");
+  EXPECT_EQ(Captured.str(), "-: m.txt\n");
+  EXPECT_EQ(F.Err.str(), "");
 }
 
 TEST(MsSubSystemTest, IllegalDependencyFlagIsACommandLineError) {

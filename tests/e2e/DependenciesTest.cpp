@@ -15,13 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char Manifest[] = "checkname=Alpha\n"
-                        "package=P\n"
-                        "\n"
-                        "checkname=Beta\n"
-                        "package=Q\n"
-                        "\n";
-
 /// The make program found on PATH, empty when there is none.
 std::string FindMake() {
   const char *Path = std::getenv("PATH");
@@ -38,7 +31,7 @@ std::string FindMake() {
 
 class DependenciesTest : public ::testing::Test {
 protected:
-  void SetUp() override { WriteFile(Dir.Path("m.txt"), Manifest); }
+  void SetUp() override { WriteFile(Dir.Path("m.txt"), TwoCheckManifest); }
 
   RunResult RunHere(std::vector<std::string> Args) {
     RunOptions Options;
@@ -271,7 +264,7 @@ class MakeNamesTest : public DependenciesTest {
 protected:
   void Check(const std::string &Flags) {
     ASSERT_FALSE(MakeProgram.empty()) << "GNU make is needed for this test";
-    WriteFile(Dir.Path("my m$x.txt"), Manifest);
+    WriteFile(Dir.Path("my m$x.txt"), TwoCheckManifest);
     WriteFile(Dir.Path("my opts$.xcl"), "--manifest \"my m$x.txt\" --all\n");
     RunResult R = RunHere({"-f", "my opts$.xcl", "--output=sel.txt",
                            "--dependencies=" + Flags, "sel.d"});
@@ -307,7 +300,7 @@ TEST_F(MakeNamesTest, OneRuleStyle) {
 }
 
 TEST_F(DependenciesTest, PlainStyleKeepsNamesAsTheyAre) {
-  WriteFile(Dir.Path("my m$x.txt"), Manifest);
+  WriteFile(Dir.Path("my m$x.txt"), TwoCheckManifest);
   RunResult R =
       RunHere({"--manifest=my m$x.txt", "--all", "--dependencies", "deps.txt"});
   EXPECT_EQ(R.Status, 0);

@@ -1,12 +1,16 @@
 // Running programs as child processes for the end-to-end tests.
 #include "E2eSupport.h"
 
+#include <cctype>
 #include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -56,6 +60,48 @@ bool Exists(const std::string &Path) {
   return std::filesystem::exists(Path, Ignored);
 }
 
+std::set<std::string> NamesIn(const std::string &Folder) {
+  std::set<std::string> Names;
+  std::error_code Error;
+  for (const auto &Entry : std::filesystem::directory_iterator(Folder, Error))
+    Names.insert(Entry.path().filename().string());
+  return Names;
+}
+
+bool IsTempName(const std::string &Name) {
+  if (Name.size() != 12 || Name.compare(8, 4, ".tmp") != 0)
+    return false;
+  for (std::size_t I = 0; I < 8; ++I)
+    if (!std::isalnum(static_cast<unsigned char>(Name[I])))
+      return false;
+  return true;
+}
+
+std::set<std::string> TempFilesIn(const std::string &Folder) {
+  std::set<std::string> Names;
+  for (const std::string &Name : NamesIn(Folder))
+    if (IsTempName(Name))
+      Names.insert(Name);
+  return Names;
+}
+
+const char TwoCheckManifest[] = "checkname=Alpha\n"
+                                "package=P\n"
+                                "\n"
+                                "checkname=Beta\n"
+                                "package=Q\n"
+                                "\n";
+
+std::string DumpedTables() {
+  TempDir Fresh;
+  RunOptions Options;
+  Options.Cwd = Fresh.Root().string();
+  RunResult R = RunChksel({"--diagnostics_tables=t.txt"}, Options);
+  if (R.Status != 0)
+    throw std::runtime_error("the tables could not be dumped: " + R.Err);
+  return ReadFile(Fresh.Path("t.txt"));
+}
+
 std::string ChkselPath() { return CHKSEL_BINARY; }
 
 namespace {
@@ -79,9 +125,75 @@ std::vector<std::string> BuildEnvironment(const RunOptions &Options) {
 
 } // namespace
 
-RunResult Run(const std::string &Program, const std::vector<std::string> &Args,
+Process::Process() : Capture(std::make_unique<TempDir>()) {}
+
+Process::Process(Process &&Other) noexcept
+    : Capture(std::move(Other.Capture)), Child(Other.Child),
+      Killed(Other.Killed) {
+  Other.Child = -1;
+}
+
+Process::~Process() {
+  if (Child > 0) {
+    ::kill(Child, SIGKILL);
+    int Ignored = 0;
+    while (waitpid(Child, &Ignored, 0) < 0 && errno == EINTR) {
+    }
+  }
+}
+
+void Process::Signal(int Number) const {
+  if (Child > 0)
+    ::kill(Child, Number);
+}
+
+char Process::State() const {
+  std::ifstream Stat("/proc/" + std::to_string(Child) + "/stat");
+  std::string Text((std::istreambuf_iterator<char>(Stat)),
+                   std::istreambuf_iterator<char>());
+  // "pid (name) S ...": the name may hold blanks and parentheses.
+  std::string::size_type Close = Text.rfind(')');
+  if (Close == std::string::npos || Close + 2 >= Text.size())
+    return 0;
+  return Text[Close + 2];
+}
+
+RunResult Process::Wait(double Seconds) {
+  RunResult Result;
+  if (Child <= 0)
+    return Result;
+  int WaitStatus = 0;
+  const auto Deadline =
+      std::chrono::steady_clock::now() + std::chrono::duration<double>(Seconds);
+  for (;;) {
+    pid_t Done = waitpid(Child, &WaitStatus, WNOHANG);
+    if (Done == Child)
+      break;
+    if (Done < 0 && errno != EINTR)
+      throw std::runtime_error("waitpid failed");
+    if (std::chrono::steady_clock::now() > Deadline) {
+      ::kill(Child, SIGKILL);
+      Killed = true;
+      while (waitpid(Child, &WaitStatus, 0) < 0 && errno == EINTR) {
+      }
+      break;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  Child = -1;
+  if (WIFEXITED(WaitStatus))
+    Result.Status = WEXITSTATUS(WaitStatus);
+  else if (WIFSIGNALED(WaitStatus))
+    Result.Status = 128 + WTERMSIG(WaitStatus);
+  Result.Out = ReadFile(Capture->Path("stdout"));
+  Result.Err = ReadFile(Capture->Path("stderr"));
+  return Result;
+}
+
+Process Start(const std::string &Program, const std::vector<std::string> &Args,
               const RunOptions &Options) {
-  TempDir Capture;
+  Process Started;
+  const TempDir &Capture = *Started.Capture;
   std::string OutPath = Capture.Path("stdout");
   std::string ErrPath = Capture.Path("stderr");
   std::string InPath = Capture.Path("stdin");
@@ -112,6 +224,14 @@ RunResult Run(const std::string &Program, const std::vector<std::string> &Args,
     dup2(In, 0);
     dup2(Out, 1);
     dup2(Err, 2);
+    for (int Descriptor : {In, Out, Err})
+      if (Descriptor > 2)
+        close(Descriptor);
+    for (int Number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ})
+      signal(Number, SIG_DFL);
+    sigset_t None;
+    sigemptyset(&None);
+    sigprocmask(SIG_SETMASK, &None, nullptr);
     if (!Options.Cwd.empty() && chdir(Options.Cwd.c_str()) != 0)
       _exit(126);
     if (Options.Unprivileged && geteuid() == 0 &&
@@ -121,20 +241,29 @@ RunResult Run(const std::string &Program, const std::vector<std::string> &Args,
       rlimit Limit{Options.AddressSpaceLimit, Options.AddressSpaceLimit};
       setrlimit(RLIMIT_AS, &Limit);
     }
+    for (int Descriptor : Options.Closed)
+      close(Descriptor);
     execve(Program.c_str(), Argv.data(), Envp.data());
     _exit(127);
   }
-  int WaitStatus = 0;
-  while (waitpid(Child, &WaitStatus, 0) < 0 && errno == EINTR) {
+  Started.Child = Child;
+  return Started;
+}
+
+RunResult Run(const std::string &Program, const std::vector<std::string> &Args,
+              const RunOptions &Options) {
+  return Start(Program, Args, Options).Wait(600);
+}
+
+bool WaitFor(const std::function<bool()> &Condition, double Seconds) {
+  const auto Deadline =
+      std::chrono::steady_clock::now() + std::chrono::duration<double>(Seconds);
+  while (!Condition()) {
+    if (std::chrono::steady_clock::now() > Deadline)
+      return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
-  RunResult Result;
-  if (WIFEXITED(WaitStatus))
-    Result.Status = WEXITSTATUS(WaitStatus);
-  else if (WIFSIGNALED(WaitStatus))
-    Result.Status = 128 + WTERMSIG(WaitStatus);
-  Result.Out = ReadFile(OutPath);
-  Result.Err = ReadFile(ErrPath);
-  return Result;
+  return true;
 }
 
 RunResult RunChksel(const std::vector<std::string> &Args,

@@ -4,7 +4,10 @@
 #define TESTS_E2E_E2ESUPPORT_H
 
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,7 +53,46 @@ struct RunOptions {
   /// Run as the unprivileged user "nobody" (65534) when started as root, so
   /// that file permissions apply.
   bool Unprivileged = false;
+  /// Descriptors closed in the child before it starts (0, 1 or 2 among
+  /// them: the child then starts without them).
+  std::vector<int> Closed;
 };
+
+/// A program started by Start and not yet waited for. The child starts with
+/// the default action for SIGINT, SIGTERM, SIGHUP, SIGPIPE and SIGXFSZ and
+/// no signal blocked, whatever the test runner set up. Destroying a process
+/// that was not waited for kills it and waits for it.
+class Process {
+public:
+  Process(const Process &) = delete;
+  Process &operator=(const Process &) = delete;
+  Process(Process &&Other) noexcept;
+  ~Process();
+
+  int Pid() const { return Child; }
+  /// Sends Signal to the child.
+  void Signal(int Number) const;
+  /// The state letter of the child in /proc/<pid>/stat ('S' sleeping, 'R'
+  /// running, ...); 0 when it cannot be read.
+  char State() const;
+  /// Waits for the child to end, at most Seconds; a child still running
+  /// then is killed with SIGKILL and TimedOut is set. Answers what it wrote.
+  RunResult Wait(double Seconds = 60);
+  bool TimedOut() const { return Killed; }
+
+private:
+  friend Process Start(const std::string &, const std::vector<std::string> &,
+                       const RunOptions &);
+  Process();
+
+  std::unique_ptr<TempDir> Capture;
+  int Child = -1;
+  bool Killed = false;
+};
+
+/// Starts Program with Args without waiting for it.
+Process Start(const std::string &Program, const std::vector<std::string> &Args,
+              const RunOptions &Options = RunOptions());
 
 /// Runs Program with Args and waits for it.
 RunResult Run(const std::string &Program, const std::vector<std::string> &Args,
@@ -60,12 +102,31 @@ RunResult Run(const std::string &Program, const std::vector<std::string> &Args,
 RunResult RunChksel(const std::vector<std::string> &Args,
                     const RunOptions &Options = RunOptions());
 
+/// Waits until Condition() holds, checking every few milliseconds, at most
+/// Seconds; answers whether it held.
+bool WaitFor(const std::function<bool()> &Condition, double Seconds = 30);
+
 /// The path of the built chksel.
 std::string ChkselPath();
 
 std::string ReadFile(const std::string &Path);
 void WriteFile(const std::string &Path, const std::string &Bytes);
 bool Exists(const std::string &Path);
+
+/// Every name in Folder (none when it cannot be read).
+std::set<std::string> NamesIn(const std::string &Folder);
+/// Whether Name has the shape of a temporary file of an output file: eight
+/// letters or digits and ".tmp".
+bool IsTempName(const std::string &Name);
+/// The names of the temporary files in Folder.
+std::set<std::string> TempFilesIn(const std::string &Folder);
+
+/// A manifest of two checks: Alpha in package P, Beta in package Q.
+extern const char TwoCheckManifest[];
+
+/// The diagnostic message tables, as a dump into a file of a fresh folder
+/// writes them.
+std::string DumpedTables();
 
 } // namespace e2e
 

@@ -16,13 +16,6 @@ using namespace e2e;
 
 namespace {
 
-const char Manifest[] = "checkname=Alpha\n"
-                        "package=P\n"
-                        "\n"
-                        "checkname=Beta\n"
-                        "package=Q\n"
-                        "\n";
-
 const char Exit[] = " $$TOOL_EXIT";
 
 /// The golden line of a message without position.
@@ -35,7 +28,7 @@ std::string MessageLine(const std::string &Version, const std::string &Type,
 
 class IdeTest : public ::testing::Test {
 protected:
-  void SetUp() override { WriteFile(Dir.Path("m.txt"), Manifest); }
+  void SetUp() override { WriteFile(Dir.Path("m.txt"), TwoCheckManifest); }
 
   RunResult RunHere(const std::vector<std::string> &Args) {
     RunOptions Options;

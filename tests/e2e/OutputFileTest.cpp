@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <filesystem>
 #include <set>
 #include <sys/stat.h>
@@ -14,24 +13,6 @@ using namespace e2e;
 namespace fs = std::filesystem;
 
 namespace {
-
-bool IsTempName(const std::string &Name) {
-  if (Name.size() != 12 || Name.compare(8, 4, ".tmp") != 0)
-    return false;
-  for (std::size_t I = 0; I < 8; ++I)
-    if (!std::isalnum(static_cast<unsigned char>(Name[I])))
-      return false;
-  return true;
-}
-
-std::set<std::string> TempFilesIn(const std::string &Folder) {
-  std::set<std::string> Names;
-  std::error_code Error;
-  for (const auto &Entry : fs::directory_iterator(Folder, Error))
-    if (IsTempName(Entry.path().filename().string()))
-      Names.insert(Entry.path().filename().string());
-  return Names;
-}
 
 bool IsCharacterDevice(const std::string &Path) {
   struct stat Info;
@@ -47,20 +28,9 @@ protected:
   }
   std::string Read(const std::string &Name) { return ReadFile(Dir.Path(Name)); }
   std::set<std::string> Names(const std::string &Folder = "") {
-    std::set<std::string> Result;
-    for (const auto &Entry : fs::directory_iterator(Dir.Root() / Folder))
-      Result.insert(Entry.path().filename().string());
-    return Result;
+    return NamesIn((Dir.Root() / Folder).string());
   }
-  /// The tables as a successful dump into a fresh folder writes them.
-  std::string Tables() {
-    TempDir Fresh;
-    RunOptions Options;
-    Options.Cwd = Fresh.Root().string();
-    RunResult R = RunChksel({"--diagnostics_tables=t.txt"}, Options);
-    EXPECT_EQ(R.Status, 0);
-    return ReadFile(Fresh.Path("t.txt"));
-  }
+  std::string Tables() { return DumpedTables(); }
 
   TempDir Dir;
 };

@@ -4,12 +4,19 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <ext/stdio_sync_filebuf.h>
+#include <fstream>
+#include <iterator>
 #include <limits>
 #include <random>
 #include <sstream>
 #include <stdio_ext.h>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 namespace {
 
@@ -599,6 +606,90 @@ TEST(GeLineBufStdoutTest, RefusedWriteSurfaces) {
   GeLineBufStdout LineBuf(Out);
   EXPECT_EQ(LineBuf.sputn("a\nbcdef", 7), 4);
   EXPECT_EQ(Target.Contents(), "a\nbc");
+}
+
+/// A C stream on Path with a line buffer of 16 bytes, and a C++ stream that
+/// writes to it the way std::cout writes to stdout.
+struct CStreamOnFile {
+  explicit CStreamOnFile(const char *Path)
+      : File(std::fopen(Path, "w")), Sync(File), Out(&Sync) {
+    if (File)
+      std::setvbuf(File, Buffer, _IOLBF, sizeof Buffer);
+  }
+  ~CStreamOnFile() {
+    if (File)
+      std::fclose(File);
+  }
+  std::FILE *File;
+  char Buffer[16];
+  __gnu_cxx::stdio_sync_filebuf<char> Sync;
+  std::ostream Out;
+};
+
+TEST(GeLineBufStdoutTest, CStreamThatDropsAFullBufferFailsTheWrite) {
+  // The C library takes the 40 characters, fails to write its full buffer
+  // on the way, drops it and answers success; the next flush has nothing
+  // left to write and succeeds too. Only the error flag tells.
+  CStreamOnFile Full("/dev/full");
+  ASSERT_NE(Full.File, nullptr) << "no /dev/full";
+  GeLineBufStdout LineBuf(Full.Out);
+  EXPECT_FALSE(LineBuf.CStreamFailed());
+  Full.Out << std::string(40, 'x');
+  Full.Out.flush();
+  EXPECT_TRUE(Full.Out.bad());
+  EXPECT_TRUE(LineBuf.CStreamFailed());
+  // Once failed, every write and synchronisation fails.
+  EXPECT_EQ(LineBuf.sputn("ab", 2), 0);
+  EXPECT_EQ(LineBuf.sputc('a'), std::char_traits<char>::eof());
+  EXPECT_EQ(LineBuf.pubsync(), -1);
+}
+
+TEST(GeLineBufStdoutTest, CStreamFailureOfAShortTextIsSeenByTheFlush) {
+  // Less than the C buffer holds and no line feed: the flush is the last
+  // moment the failure can show.
+  CStreamOnFile Full("/dev/full");
+  ASSERT_NE(Full.File, nullptr) << "no /dev/full";
+  GeLineBufStdout LineBuf(Full.Out);
+  Full.Out << "short";
+  Full.Out.flush();
+  EXPECT_TRUE(Full.Out.bad());
+  EXPECT_TRUE(LineBuf.CStreamFailed());
+}
+
+TEST(GeLineBufStdoutTest, HealthyCStreamGetsEveryByte) {
+  char Path[] = "/tmp/gelinebuf-XXXXXX";
+  const int Handle = ::mkstemp(Path);
+  ASSERT_GE(Handle, 0);
+  ::close(Handle);
+  std::string Expected;
+  {
+    CStreamOnFile File(Path);
+    ASSERT_NE(File.File, nullptr);
+    GeLineBufStdout LineBuf(File.Out);
+    for (int I = 0; I < 100; ++I) {
+      const std::string Line = "line " + std::to_string(I) + " of text\n";
+      File.Out << Line;
+      Expected += Line;
+    }
+    File.Out << "no line feed";
+    Expected += "no line feed";
+    File.Out.flush();
+    EXPECT_TRUE(File.Out.good());
+    EXPECT_FALSE(LineBuf.CStreamFailed());
+  }
+  std::ifstream In(Path, std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(In),
+                        std::istreambuf_iterator<char>()),
+            Expected);
+  ::unlink(Path);
+}
+
+TEST(GeLineBufStdoutTest, OtherTargetsHaveNoCStream) {
+  std::ostringstream Text;
+  GeLineBufStdout LineBuf(Text);
+  Text << "a\n";
+  EXPECT_FALSE(LineBuf.CStreamFailed());
+  EXPECT_EQ(Text.str(), "a\n");
 }
 
 //===----------------------------------------------------------------------===//
