@@ -234,9 +234,7 @@ void LcManifestReader::Start(std::istream *Stream) {
       Stream->exceptions(std::ios_base::badbit);
   }
   if (!Buffer) {
-    // Zeroed, so that no block classified past the input reads
-    // indeterminate bytes.
-    Buffer.reset(new char[BlockSize + LcMaskBlockSize]());
+    Buffer.reset(new char[BlockSize + LcMaskBlockSize]);
     Capacity = BlockSize;
   }
   Next = Scanned = Filled = RegionEnd = 0;
@@ -308,7 +306,7 @@ void LcManifestReader::MakeRoom() {
       (std::numeric_limits<std::size_t>::max() - LcMaskBlockSize) / 2)
     throw std::bad_alloc();
   std::size_t Larger = Capacity * 2;
-  std::unique_ptr<char[]> Grown(new char[Larger + LcMaskBlockSize]());
+  std::unique_ptr<char[]> Grown(new char[Larger + LcMaskBlockSize]);
   std::memcpy(Grown.get(), Buffer.get(), Filled);
   for (std::size_t I = 0; I < Record.Used; ++I) {
     LcAttribute &Slot = Record.Slots[I];
@@ -365,6 +363,9 @@ bool LcManifestReader::Refill() {
                                          Buffer.get()) +
                 1;
   Filled += Got;
+  // A block classified near the end of the input reads up to a block past
+  // it; those bytes count for nothing, but are given a value.
+  std::memset(Buffer.get() + Filled, 0, LcMaskBlockSize);
   return true;
 }
 
@@ -566,7 +567,7 @@ template <class Kernel, std::size_t N> bool LcManifestReader::SkimWith() {
         if (B.Newline >> Bit & 1) {
           Next = B.At + Bit + 1;
           Holding = false;
-          return true;
+              return true;
         }
         if (std::size_t After = TakeCandidate<Kernel, N>(B, Bit)) {
           // The line ran past the block, and the blocks have moved on.
@@ -582,7 +583,7 @@ template <class Kernel, std::size_t N> bool LcManifestReader::SkimWith() {
       std::size_t Following = B.At + LcMaskBlockSize;
       if (Following >= End) {
         Next = End;
-        return false;
+          return false;
       }
       MaskBlock<Kernel, N>(B, Following, false);
       Pending = B.Events;

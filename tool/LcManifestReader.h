@@ -249,14 +249,17 @@ private:
   /// the block before it; PrevReturn and PrevStarts carry what the next
   /// block needs.
   struct SkimBlock {
-    bool Valid = false;
-    std::size_t At = 0;
-    std::uint64_t Events = 0;
+    // Each mask sits apart from its predecessor, so that copying one to the
+    // other is never merged into one wide move, which reloading the single
+    // fields could not forward from.
     std::uint64_t Newline = 0;
-    std::uint64_t Equals = 0;
+    std::uint64_t Events = 0;
     std::uint64_t PrevNewline = 0;
-    std::uint64_t PrevEquals = 0;
     std::uint64_t PrevReturn = 0;
+    std::uint64_t Equals = 0;
+    std::size_t At = 0;
+    std::uint64_t PrevEquals = 0;
+    bool Valid = false;
     std::uint64_t PrevStarts[MaxProbes] = {};
   };
   SkimBlock Block;

@@ -160,6 +160,10 @@ static_assert(PackageKey.size() == DefaultKey.size() &&
 LcCaselessText::LcCaselessText(std::string_view Original,
                                const std::array<char, 256> &Table)
     : Text(Original), Upper(&Table) {
+  // How many bytes the table maps to each byte.
+  std::array<unsigned short, 256> Sharing{};
+  for (char Mapped : Table)
+    ++Sharing[static_cast<unsigned char>(Mapped)];
   // Byte I is compared by word when the bytes equal to it through the table
   // are just itself, or itself and its partner in bit 5.
   Fold.resize(Text.size());
@@ -168,15 +172,9 @@ LcCaselessText::LcCaselessText(std::string_view Original,
   for (std::size_t I = 0; I < Text.size() && ByWords; ++I) {
     auto Byte = static_cast<unsigned char>(Text[I]);
     auto Partner = static_cast<unsigned char>(Byte ^ 0x20);
-    bool PartnerEqual = false;
-    for (std::size_t Other = 0; Other < 256; ++Other) {
-      if (Table[Other] != Table[Byte] || Other == Byte)
-        continue;
-      if (Other == Partner)
-        PartnerEqual = true;
-      else
-        ByWords = false;
-    }
+    bool PartnerEqual = Table[Partner] == Table[Byte];
+    ByWords = Sharing[static_cast<unsigned char>(Table[Byte])] ==
+              (PartnerEqual ? 2 : 1);
     unsigned char Case = PartnerEqual ? 0x20 : 0x00;
     Fold[I] = static_cast<char>(Case);
     Pattern[I] = static_cast<char>(Byte | Case);
