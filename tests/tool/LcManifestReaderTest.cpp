@@ -729,50 +729,76 @@ std::string RandomSkimManifest(std::mt19937 &Random) {
   return Text;
 }
 
-TEST(ManifestSkimming, KeyFilterKeeps) {
-  LcKeyFilter All;
-  EXPECT_TRUE(All.KeepsAll());
-  EXPECT_TRUE(All.Keeps("anything"));
-  LcKeyFilter Some;
-  Some.Keep(3, Letter('a'));
-  Some.Keep(3, Only({'b'}));
-  Some.Keep(1, Only({'='}));
-  EXPECT_FALSE(Some.KeepsAll());
-  EXPECT_TRUE(Some.Keeps("abc"));
-  EXPECT_TRUE(Some.Keeps("Abc"));
-  EXPECT_TRUE(Some.Keeps("bxx"));
-  EXPECT_FALSE(Some.Keeps("Bxx"));
-  EXPECT_FALSE(Some.Keeps("ab"));
-  EXPECT_FALSE(Some.Keeps("abcd"));
-  EXPECT_TRUE(Some.Keeps("="));
-  EXPECT_FALSE(Some.Keeps(""));
-  LcKeyFilter Nothing;
-  Nothing.Keep(0, Letter('a'));
-  EXPECT_FALSE(Nothing.KeepsAll());
-  EXPECT_FALSE(Nothing.Keeps("a"));
+struct KeepCase {
+  const char *Filter;
+  std::string Key;
+  bool Kept;
+};
+
+/// The filters KeepCases name.
+LcKeyFilter NamedFilter(const std::string &Name) {
+  static const std::vector<std::string> None;
+  LcKeyFilter Filter;
+  if (Name == "some") {
+    Filter.Keep(3, Letter('a'));
+    Filter.Keep(3, Only({'b'}));
+    Filter.Keep(1, Only({'='}));
+    Filter.Keep(70, Only({'l'}));
+  } else if (Name == "nothing") {
+    Filter.Keep(0, Letter('a'));
+  } else if (Name == "all-checks") {
+    Filter = LcRecordSelector(LcSelectionMode::AllChecks, None).KeyFilter();
+  } else if (Name == "default-checks") {
+    Filter = LcRecordSelector(LcSelectionMode::DefaultChecksOfPackages, None)
+                 .KeyFilter();
+  } else if (Name == "groups") {
+    Filter = LcRecordSelector(LcSelectionMode::ChecksOfGroups, None).KeyFilter();
+  } else if (Name == "packages") {
+    Filter =
+        LcRecordSelector(LcSelectionMode::ChecksOfPackages, None).KeyFilter();
+  }
+  return Filter;
 }
 
-TEST(ManifestSkimming, SelectorFilterKeepsWhatTheRulesRead) {
-  std::vector<std::string> None;
-  LcKeyFilter All = LcRecordSelector(LcSelectionMode::AllChecks, None).KeyFilter();
-  EXPECT_TRUE(All.Keeps("checkname"));
-  EXPECT_TRUE(All.Keeps("CheckName"));
-  EXPECT_TRUE(All.Keeps("visible"));
-  EXPECT_FALSE(All.Keeps("package"));
-  EXPECT_FALSE(All.Keeps("group"));
-  EXPECT_FALSE(All.Keeps("default"));
-  EXPECT_FALSE(All.Keeps("title"));
-  LcKeyFilter Default =
-      LcRecordSelector(LcSelectionMode::DefaultChecksOfPackages, None)
-          .KeyFilter();
-  EXPECT_TRUE(Default.Keeps("PACKAGE"));
-  EXPECT_TRUE(Default.Keeps("default"));
-  EXPECT_TRUE(Default.Keeps("visible"));
-  EXPECT_FALSE(Default.Keeps("group"));
-  LcKeyFilter Groups =
-      LcRecordSelector(LcSelectionMode::ChecksOfGroups, None).KeyFilter();
-  EXPECT_TRUE(Groups.Keeps("Group"));
-  EXPECT_FALSE(Groups.Keeps("package"));
+const KeepCase KeepCases[] = {
+    {"every", "anything", true},
+    {"some", "abc", true},
+    {"some", "Abc", true},
+    {"some", "bxx", true},
+    {"some", "Bxx", false},
+    {"some", "ab", false},
+    {"some", "abcd", false},
+    {"some", "=", true},
+    {"some", "", false},
+    {"some", "l" + std::string(69, 'x'), true},
+    {"some", "L" + std::string(69, 'x'), false},
+    {"some", "l" + std::string(70, 'x'), false},
+    {"nothing", "a", false},
+    // What the selection rules read in each mode, without regard to case.
+    {"all-checks", "checkname", true},
+    {"all-checks", "CheckName", true},
+    {"all-checks", "visible", true},
+    {"all-checks", "package", false},
+    {"all-checks", "group", false},
+    {"all-checks", "default", false},
+    {"all-checks", "title", false},
+    {"default-checks", "PACKAGE", true},
+    {"default-checks", "default", true},
+    {"default-checks", "visible", true},
+    {"default-checks", "group", false},
+    {"groups", "Group", true},
+    {"groups", "package", false},
+    {"packages", "package", true},
+    {"packages", "default", false},
+};
+
+TEST(ManifestSkimming, KeyFilterKeeps) {
+  for (const KeepCase &C : KeepCases) {
+    LcKeyFilter Filter = NamedFilter(C.Filter);
+    EXPECT_EQ(Filter.KeepsAll(), std::string(C.Filter) == "every")
+        << C.Filter;
+    EXPECT_EQ(Filter.Keeps(C.Key), C.Kept) << C.Filter << ": " << C.Key;
+  }
 }
 
 TEST(ManifestSkimming, TableCasesAtEveryBlockAndPieceSize) {
