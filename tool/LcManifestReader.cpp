@@ -417,7 +417,12 @@ bool LcManifestReader::TakeLastLine(const char *&Line, std::size_t &Size) {
 
 bool LcManifestReader::ReadRecord() {
   try {
-    return ScanRecord();
+    Record.Used = 0;
+    Holding = false;
+    if (!Skims)
+      return ScanRecord();
+    // Most records end within the lines read already.
+    return SkimRegion(*this) || SkimRecord();
   } catch (...) {
     // As with any extraction from a stream, an exception leaves it bad.
     EndInput(std::ios_base::badbit);
@@ -462,10 +467,6 @@ inline bool LcManifestReader::HandleLine(const char *Line, std::size_t Size) {
 }
 
 bool LcManifestReader::ScanRecord() {
-  Record.Used = 0;
-  Holding = false;
-  if (Skims)
-    return SkimRecord();
   const char *Line;
   std::size_t Size;
   while (NextLine(Line, Size))
@@ -475,14 +476,13 @@ bool LcManifestReader::ScanRecord() {
 }
 
 bool LcManifestReader::SkimRecord() {
+  // Every whole line read has been used; the bytes after them hold no "\n".
   for (;;) {
-    if (SkimRegion(*this))
-      return true;
-    // Every whole line read has been used; the bytes after them hold no
-    // "\n".
     Scanned = Filled;
     if (!Refill())
       break;
+    if (SkimRegion(*this))
+      return true;
   }
   const char *Line;
   std::size_t Size;
