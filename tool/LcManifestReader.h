@@ -129,7 +129,8 @@ private:
 /// With a key filter (SetKeyFilter) the reader skims: once a record holds a
 /// valid line, it looks only at the lines whose key can pass the filter and
 /// at empty lines, found through bit masks of whole 64-byte blocks
-/// (LcByteMasks), and skips every other line without visiting its bytes.
+/// (LcByteMasks), and passes every other line by without a loop over its
+/// bytes.
 ///
 /// The reader owns the file it opens; a stream handed to it is borrowed and
 /// must outlive the reader or its Close. While reading, the stream's
@@ -173,8 +174,6 @@ private:
   struct Skimmers;
   struct SkimBlock;
   friend struct Skimmers;
-  /// What a line is to the record rules.
-  enum class LineKind { Empty, Dropped, Attribute };
 
   void Start(std::istream *Stream);
   bool ReadRecord();
