@@ -1,13 +1,21 @@
-// Fuzz harness of the manifest reader: reads the input as a manifest and
-// compares every record with a plain restatement of the record rules, once
-// from a string stream with the default block size and once handed out in
-// small pieces to a reader with a small block, both sizes taken from a hash
-// of the input.
+// Fuzz harness of the manifest reader: reads the input as a manifest with
+// LcManifestReader and with the line-by-line reference reader, and aborts
+// when they see different records or leave the stream in different states.
+// Every input is read four ways: whole, with every attribute kept; handed
+// out in small pieces to a reader with a small block; and skimmed with a key
+// filter (one of the selection modes' filters or one made from the input)
+// by every kind of block classification this processor runs, whole and in
+// pieces. The piece and block sizes and the filter follow from a hash of the
+// input.
+#include "tests/tool/LcReferenceReader.h"
 #include "tool/LcManifestReader.h"
+#include "tool/LcSelection.h"
 
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <sstream>
 #include <streambuf>
 #include <string>
@@ -16,53 +24,7 @@
 
 namespace {
 
-using Record = std::vector<std::pair<std::string, std::string>>;
-
-/// The records a pass sees, worked out on the whole text at once: split into
-/// lines at "\n" (a last piece without "\n" is a line when it is not empty),
-/// drop one "\r" at each line end, group lines into records, and let a record
-/// after the first count only when an empty line follows it.
-std::vector<Record> Expected(const std::string &Text) {
-  std::vector<std::string> Lines;
-  std::size_t Start = 0;
-  while (Start < Text.size()) {
-    std::size_t End = Text.find('\n', Start);
-    if (End == std::string::npos) {
-      Lines.push_back(Text.substr(Start));
-      break;
-    }
-    Lines.push_back(Text.substr(Start, End - Start));
-    Start = End + 1;
-  }
-  std::vector<Record> Records;
-  std::size_t Next = 0;
-  bool First = true;
-  for (;;) {
-    Record R;
-    bool EndedByEmptyLine = false;
-    while (Next < Lines.size()) {
-      std::string Line = Lines[Next++];
-      if (!Line.empty() && Line.back() == '\r')
-        Line.pop_back();
-      if (Line.empty()) {
-        if (!R.empty()) {
-          EndedByEmptyLine = true;
-          break;
-        }
-        continue;
-      }
-      std::size_t Eq = Line.find('=');
-      if (Eq == std::string::npos || Eq == 0 || Eq + 1 == Line.size())
-        continue;
-      R.emplace_back(Line.substr(0, Eq), Line.substr(Eq + 1));
-    }
-    if (First || EndedByEmptyLine)
-      Records.push_back(std::move(R));
-    if (!EndedByEmptyLine)
-      return Records;
-    First = false;
-  }
-}
+using lctest::Record;
 
 /// Hands out a text in pieces of 1 to 64 bytes, one piece per underflow,
 /// the sizes following from Seed.
@@ -95,19 +57,85 @@ private:
   std::size_t Handed = 0;
 };
 
-std::vector<Record> ReadAll(std::istream &In, std::size_t BlockSize) {
+/// What a pass saw: its records and the state it left the stream in.
+struct Outcome {
   std::vector<Record> Seen;
-  LcManifestReader Reader(BlockSize);
-  Reader.Open(In);
-  while (!Reader.AtEnd()) {
-    Record R;
-    for (const LcAttribute &A : Reader.Current())
-      R.emplace_back(std::string(A.Key()), std::string(A.Value()));
-    Seen.push_back(std::move(R));
-    Reader.Advance();
+  std::ios_base::iostate State = std::ios_base::goodbit;
+  bool operator!=(const Outcome &Other) const {
+    return Seen != Other.Seen || State != Other.State;
   }
-  Reader.Close();
-  return Seen;
+};
+
+Record Copy(const LcRecord &R) {
+  Record Result;
+  for (const LcAttribute &A : R)
+    Result.emplace_back(std::string(A.Key()), std::string(A.Value()));
+  return Result;
+}
+
+Record Copy(const Record &R) { return R; }
+
+template <class Reader> Outcome Pass(Reader &R, std::istream &In) {
+  Outcome Result;
+  R.Open(In);
+  while (!R.AtEnd()) {
+    Result.Seen.push_back(Copy(R.Current()));
+    R.Advance();
+  }
+  R.Close();
+  Result.State = In.rdstate();
+  return Result;
+}
+
+Outcome Reference(const std::string &Text, const LcKeyFilter &Filter) {
+  std::istringstream In(Text);
+  lctest::ReferenceReader<std::function<bool(const std::string &)>> Reader(
+      [&Filter](const std::string &Key) { return Filter.Keeps(Key); });
+  return Pass(Reader, In);
+}
+
+Outcome Whole(const std::string &Text, const LcKeyFilter &Filter,
+              LcMaskKind Kind) {
+  std::istringstream In(Text);
+  LcManifestReader Reader(LcManifestReader::DefaultBlockSize, Kind);
+  Reader.SetKeyFilter(Filter);
+  return Pass(Reader, In);
+}
+
+Outcome Pieces(const std::string &Text, std::uint32_t Hash,
+               const LcKeyFilter &Filter, LcMaskKind Kind) {
+  PieceBuf Buf(Text, Hash);
+  std::istream In(&Buf);
+  LcManifestReader Reader(Hash % 200 + 1, Kind);
+  Reader.SetKeyFilter(Filter);
+  return Pass(Reader, In);
+}
+
+/// A filter picked by Hash: a selection mode's, or one that keeps keys of
+/// a few short lengths beginning with bytes taken from the input.
+LcKeyFilter PickFilter(const std::string &Text, std::uint32_t Hash) {
+  static const std::vector<std::string> Values = {"x"};
+  switch (Hash % 4) {
+  case 0:
+    return LcRecordSelector(LcSelectionMode::AllChecks, Values).KeyFilter();
+  case 1:
+    return LcRecordSelector(LcSelectionMode::DefaultChecksOfPackages, Values)
+        .KeyFilter();
+  default:
+    break;
+  }
+  LcKeyFilter Filter;
+  std::size_t Lengths = Hash / 4 % 5 + 1;
+  for (std::size_t I = 0; I < Lengths; ++I) {
+    std::bitset<256> Initials;
+    for (std::size_t J = 0; J < 3 && !Text.empty(); ++J)
+      Initials[static_cast<unsigned char>(
+          Text[(Hash / 16 + I * 7 + J * 13) % Text.size()])] = true;
+    if (Hash % 4 == 3)
+      Initials.flip();
+    Filter.Keep((Hash >> (8 + 3 * I)) % 12 + 1, Initials);
+  }
+  return Filter;
 }
 
 } // namespace
@@ -115,16 +143,21 @@ std::vector<Record> ReadAll(std::istream &In, std::size_t BlockSize) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
                                       std::size_t Size) {
   const std::string Text(reinterpret_cast<const char *>(Data), Size);
-  const std::vector<Record> Wanted = Expected(Text);
-  std::istringstream In(Text);
-  if (ReadAll(In, LcManifestReader::DefaultBlockSize) != Wanted)
-    std::abort();
   std::uint32_t Hash = 2166136261u;
   for (std::size_t I = 0; I < Size; ++I)
     Hash = (Hash ^ Data[I]) * 16777619u;
-  PieceBuf Buf(Text, Hash);
-  std::istream Pieces(&Buf);
-  if (ReadAll(Pieces, Hash % 17 + 1) != Wanted)
+
+  const LcKeyFilter KeepAll;
+  const Outcome Wanted = Reference(Text, KeepAll);
+  if (Whole(Text, KeepAll, LcBestMaskKind()) != Wanted ||
+      Pieces(Text, Hash, KeepAll, LcBestMaskKind()) != Wanted)
     std::abort();
+
+  const LcKeyFilter Filter = PickFilter(Text, Hash);
+  const Outcome Filtered = Reference(Text, Filter);
+  for (LcMaskKind Kind : LcMaskKindsForThisMachine())
+    if (Whole(Text, Filter, Kind) != Filtered ||
+        Pieces(Text, Hash, Filter, Kind) != Filtered)
+      std::abort();
   return 0;
 }

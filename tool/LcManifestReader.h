@@ -2,12 +2,18 @@
 #ifndef TOOL_LCMANIFESTREADER_H
 #define TOOL_LCMANIFESTREADER_H
 
+#include "tool/LcByteMasks.h"
+
+#include <array>
+#include <bitset>
 #include <cstddef>
+#include <cstdint>
 #include <ios>
 #include <istream>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 /// One attribute of a manifest record: a line of the form key=value, split at
@@ -48,9 +54,50 @@ public:
 
 private:
   friend class LcManifestReader;
-  /// Slots[0, Used) hold the record; later slots are spare storage.
+  /// Slots[0, Used) hold the record; later slots, up to Room, are spare
+  /// storage.
   std::vector<LcAttribute> Slots;
   std::size_t Used = 0;
+  std::size_t Room = 0;
+};
+
+/// Which attributes a reader keeps in its records: those whose key has one of
+/// the filter's lengths and begins with one of the bytes given with that
+/// length. A default-made filter keeps every attribute; the first Keep makes
+/// it keep only what Keep names. The attributes a filter leaves out still
+/// count for the record rules (a line that is a valid attribute makes the
+/// record non-empty, so an empty line after it ends the record), so a filter
+/// changes what a record holds, never where records begin or end.
+class LcKeyFilter {
+public:
+  /// Keeps, besides what the filter keeps already, the attributes whose key
+  /// is Length bytes long and begins with a byte B for which Initials[B] is
+  /// set.
+  void Keep(std::size_t Length, const std::bitset<256> &Initials);
+
+  bool KeepsAll() const { return All; }
+  /// Whether an attribute whose key is Key is kept.
+  bool Keeps(std::string_view Key) const {
+    if (All)
+      return true;
+    if (Key.empty())
+      return false;
+    if (Key.size() < ShortKeys)
+      return Short[Key.size()][static_cast<unsigned char>(Key[0])];
+    return KeepsLong(Key);
+  }
+
+private:
+  friend class LcManifestReader;
+  bool KeepsLong(std::string_view Key) const;
+
+  /// Keys shorter than this are looked up by length.
+  static constexpr std::size_t ShortKeys = 64;
+  bool All = true;
+  /// The initials kept for each key length below ShortKeys.
+  std::array<std::bitset<256>, ShortKeys> Short;
+  /// The initials kept for longer keys, by length.
+  std::vector<std::pair<std::size_t, std::bitset<256>>> Long;
 };
 
 /// Reads a checks manifest record by record. A record is a run of non-empty
@@ -64,38 +111,47 @@ private:
 /// record after the first one counts only when an empty line follows it,
 /// while a file holding a single record is read in full.
 ///
-/// The input is read in blocks straight from the stream's buffer
-/// (rdbuf()->sgetn) into a buffer of the reader, where lines are found with
-/// memchr and records are kept as views. The buffer holds at least the
-/// current record and the line being read; it starts at the block size given
-/// to the constructor and doubles whenever one record does not fit, so a line
-/// of any length can be read as long as memory lasts. Running out of memory
-/// (std::bad_alloc, or whatever the new-handler throws) reaches the caller;
-/// a read error of the stream (std::ios_base::failure) ends the input, the
-/// line it interrupted being lost, like the end of the file. The stream is
-/// left in the state line-by-line extraction would leave it in: eof at the
-/// end of the input, fail once a line could not be read, bad after a read
-/// error or when an exception leaves the reader. The reader reads ahead of the
-/// records it has handed out, so a borrowed stream closed before its end has
-/// been consumed further than the records seen.
+/// The input is read in blocks into a buffer of the reader (a file straight
+/// from its descriptor, a stream from its buffer through rdbuf()->sgetn),
+/// where records are kept as views: nothing of a line is copied. The buffer
+/// holds at least the current record and the line being read; it starts at
+/// the block size given to the constructor and doubles whenever one record
+/// does not fit, so a line of any length can be read as long as memory lasts.
+/// Running out of memory (std::bad_alloc, or whatever the new-handler throws)
+/// reaches the caller; a read error (std::ios_base::failure) ends the input,
+/// the line it interrupted being lost, like the end of the file. A borrowed
+/// stream is left in the state line-by-line extraction would leave it in: eof
+/// at the end of the input, fail once a line could not be read, bad after a
+/// read error or when an exception leaves the reader. The reader reads ahead
+/// of the records it has handed out, so a borrowed stream closed before its
+/// end has been consumed further than the records seen.
 ///
-/// The reader owns the stream it opens on a file; a stream handed to it is
-/// borrowed and must outlive the reader or its Close. While reading, the
-/// stream's exception mask is badbit; Close restores it. A stream that is not
-/// good when it is handed over yields no lines.
+/// With a key filter (SetKeyFilter) the reader skims: once a record holds a
+/// valid line, it looks only at the lines whose key can pass the filter and
+/// at empty lines, found through bit masks of whole 64-byte blocks
+/// (LcByteMasks), and passes every other line by without a loop over its
+/// bytes.
+///
+/// The reader owns the file it opens; a stream handed to it is borrowed and
+/// must outlive the reader or its Close. While reading, the stream's
+/// exception mask is badbit; Close restores it. A stream that is not good
+/// when it is handed over yields no lines.
 class LcManifestReader {
 public:
-  /// Size of the buffer of a stream the reader opens on a file.
-  static constexpr std::streamsize BufferSize = 64 * 1024;
   /// Initial size of the reader's own buffer.
   static constexpr std::size_t DefaultBlockSize = 256 * 1024;
 
   /// BlockSize (at least 1) is the initial size of the reader's buffer and
-  /// thereby the most it asks of the stream at once.
-  explicit LcManifestReader(std::size_t BlockSize = DefaultBlockSize);
+  /// thereby the most it asks of the input at once. Skimming classifies the
+  /// text the way Masks does, which this processor must be able to run.
+  explicit LcManifestReader(std::size_t BlockSize = DefaultBlockSize,
+                            LcMaskKind Masks = LcBestMaskKind());
   ~LcManifestReader();
   LcManifestReader(const LcManifestReader &) = delete;
   LcManifestReader &operator=(const LcManifestReader &) = delete;
+
+  /// The attributes the records read from now on keep.
+  void SetKeyFilter(const LcKeyFilter &Filter);
 
   /// Opens the manifest file Path for reading in binary mode and reads its
   /// first record. When the file cannot be opened, or names a directory,
@@ -110,41 +166,102 @@ public:
   /// Reads the next record unless at end; answers false and sets AtEnd() when
   /// that record was ended by the end of the input.
   bool Advance();
-  /// Releases the stream and sets AtEnd(). Also done by the destructor.
+  /// Releases the input and sets AtEnd(). Also done by the destructor.
   void Close();
 
 private:
-  class FileStream;
+  class FileSource;
+  struct Skimmers;
+  struct SkimBlock;
+  friend struct Skimmers;
 
-  void Start(std::istream &Stream);
+  void Start(std::istream *Stream);
   bool ReadRecord();
   bool ScanRecord();
+  bool SkimRecord();
+  bool HandleLine(const char *Line, std::size_t Size);
   bool NextLine(const char *&Line, std::size_t &Size);
-  void TakeLine(const void *Newline, const char *&Line, std::size_t &Size);
+  void TakeLine(const void *NewlineAt, const char *&Line, std::size_t &Size);
   bool NextLineAfterRefill(const char *&Line, std::size_t &Size);
+  bool TakeLastLine(const char *&Line, std::size_t &Size);
+  void Store(const char *Line, std::size_t Eq, std::size_t Size);
+  void GrowSlots();
+  template <class Kernel, std::size_t N> bool SkimWith();
+  template <class Kernel, std::size_t N>
+  void MaskBlock(SkimBlock &B, std::size_t At, bool Fresh) const;
+  template <class Kernel, std::size_t N>
+  std::size_t TakeCandidate(SkimBlock &B, unsigned Bit);
   bool Refill();
+  std::size_t ReadSome(char *Into, std::size_t Room);
   void MakeRoom();
   void EndInput(std::ios_base::iostate State);
   void EndOfFile();
 
-  std::unique_ptr<FileStream> File;
+  std::unique_ptr<FileSource> File;
   std::istream *In = nullptr;
   std::ios_base::iostate SavedExceptions = std::ios_base::goodbit;
   bool AtEndFlag = true;
   LcRecord Record;
+  /// Whether a valid line has been read into the record, kept or not.
+  bool Holding = false;
 
   /// The buffer: [0, Filled) holds input read; lines before Next have been
-  /// handed out; [Next, Scanned) is known to hold no "\n".
+  /// handed out; [Next, Scanned) is known to hold no "\n"; RegionEnd is just
+  /// past the last "\n" read, so [Next, RegionEnd) holds whole lines. Past
+  /// Capacity lie LcMaskBlockSize more bytes, so that a block may be
+  /// classified wherever it starts before Filled.
   std::size_t BlockSize;
   std::unique_ptr<char[]> Buffer;
   std::size_t Capacity = 0;
   std::size_t Next = 0;
   std::size_t Scanned = 0;
   std::size_t Filled = 0;
-  /// Set once the stream has reported its end or a read error.
+  std::size_t RegionEnd = 0;
+  /// Set once the input has reported its end or a read error.
   bool InputEnded = false;
   /// Set after a read error: the line it interrupted is dropped.
   bool ReadFailed = false;
+
+  /// The key filter and what skimming makes of it.
+  LcKeyFilter Filter;
+  /// Whether the reader skims (a filter is set that it can skim for).
+  bool Skims = false;
+  /// Skims the whole lines from Next on; answers true at the empty line that
+  /// ends a held record (Next just past it), false when they are used up
+  /// (Next = RegionEnd).
+  bool (*SkimRegion)(LcManifestReader &Reader) = nullptr;
+  LcMaskKind MaskKind;
+  /// A probe finds the lines whose key is Length bytes long and begins with
+  /// initial K (its index) of Initials, or with any byte when Any is all
+  /// ones.
+  struct SkimProbe {
+    unsigned Length = 0;
+    std::uint64_t Any = 0;
+  };
+  static constexpr std::size_t MaxProbes = LcInitials::MaxCount;
+  SkimProbe Probes[MaxProbes];
+  LcInitials Initials;
+
+  /// The block being skimmed, valid while Valid is set: it starts at At;
+  /// Events holds its empty lines (their "\n") and candidate "=" signs;
+  /// Newline and Equals are its masks, PrevNewline and PrevEquals those of
+  /// the block before it; PrevReturn and PrevStarts carry what the next
+  /// block needs.
+  struct SkimBlock {
+    // Each mask sits apart from its predecessor, so that copying one to the
+    // other is never merged into one wide move, which reloading the single
+    // fields could not forward from.
+    std::uint64_t Newline = 0;
+    std::uint64_t Events = 0;
+    std::uint64_t PrevNewline = 0;
+    std::uint64_t PrevReturn = 0;
+    std::uint64_t Equals = 0;
+    std::size_t At = 0;
+    std::uint64_t PrevEquals = 0;
+    bool Valid = false;
+    std::uint64_t PrevStarts[MaxProbes] = {};
+  };
+  SkimBlock Block;
 };
 
 #endif

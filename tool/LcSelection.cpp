@@ -13,9 +13,13 @@
 #include <boost/iostreams/device/file_descriptor.hpp>
 #include <boost/iostreams/stream.hpp>
 
+#include <bitset>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <istream>
+#include <iterator>
 #include <locale>
 #include <memory>
 #include <ostream>
@@ -224,7 +228,7 @@ public:
     Stream = std::make_unique<CopyStream>(
         boost::iostreams::file_descriptor_source(
             Copy.Get(), boost::iostreams::never_close_handle),
-        LcManifestReader::BufferSize);
+        LcManifestReader::DefaultBlockSize);
     Reader.Open(*Stream);
   }
 
@@ -298,6 +302,7 @@ void RunPass(LcSelectionMode Mode, ManifestSource &Source,
   PassOutput Output(OutputPath);
   LcRecordSelector Selector(Mode, Requested);
   LcManifestReader Reader;
+  Reader.SetKeyFilter(Selector.KeyFilter());
   Source.Open(Reader);
   MsGetConsole().AnnounceFile(ManifestPath);
   LcSelectRecords(Reader, Selector, Output.Stream());
@@ -314,6 +319,14 @@ constexpr std::string_view VisibleKey = "visible";
 /// The keys in the order in which the rules try them.
 constexpr std::string_view RuleKeys[] = {CheckNameKey, PackageKey, GroupKey,
                                          DefaultKey, VisibleKey};
+/// Their places in RuleKeys.
+enum RuleKeyIndex : std::size_t {
+  CheckNameIndex,
+  PackageIndex,
+  GroupIndex,
+  DefaultIndex,
+  VisibleIndex
+};
 static_assert(PackageKey.size() == DefaultKey.size() &&
                   PackageKey.size() == VisibleKey.size() &&
                   CheckNameKey.size() != PackageKey.size() &&
@@ -323,13 +336,61 @@ static_assert(PackageKey.size() == DefaultKey.size() &&
 
 } // namespace
 
-LcRecordSelector::LcRecordSelector(LcSelectionMode PassMode,
-                                   const std::vector<std::string> &Values)
-    : Mode(PassMode), Requested(Values) {
+LcCaselessText::LcCaselessText(std::string_view Original,
+                               const std::array<char, 256> &Table)
+    : Text(Original), Upper(&Table) {
+  // How many bytes the table maps to each byte.
+  std::array<unsigned short, 256> Sharing{};
+  for (char Mapped : Table)
+    ++Sharing[static_cast<unsigned char>(Mapped)];
+  // Byte I is compared by word when the bytes equal to it through the table
+  // are just itself, or itself and its partner in bit 5.
+  Fold.resize(Text.size());
+  Pattern.resize(Text.size());
+  ByWords = true;
+  for (std::size_t I = 0; I < Text.size() && ByWords; ++I) {
+    auto Byte = static_cast<unsigned char>(Text[I]);
+    auto Partner = static_cast<unsigned char>(Byte ^ 0x20);
+    bool PartnerEqual = Table[Partner] == Table[Byte];
+    ByWords = Sharing[static_cast<unsigned char>(Table[Byte])] ==
+              (PartnerEqual ? 2 : 1);
+    unsigned char Case = PartnerEqual ? 0x20 : 0x00;
+    Fold[I] = static_cast<char>(Case);
+    Pattern[I] = static_cast<char>(Byte | Case);
+  }
+}
+
+bool LcCaselessText::MatchesThroughTable(std::string_view Other) const {
+  const std::array<char, 256> &Table = *Upper;
+  for (std::size_t I = 0; I < Text.size(); ++I)
+    if (Table[static_cast<unsigned char>(Other[I])] !=
+        Table[static_cast<unsigned char>(Text[I])])
+      return false;
+  return true;
+}
+
+namespace {
+/// The table of upper-case bytes of the global locale's ctype<char> facet.
+std::array<char, 256> UpperTable() {
+  std::array<char, 256> Upper;
   for (std::size_t I = 0; I < Upper.size(); ++I)
     Upper[I] = static_cast<char>(static_cast<unsigned char>(I));
   std::use_facet<std::ctype<char>>(std::locale())
       .toupper(Upper.data(), Upper.data() + Upper.size());
+  return Upper;
+}
+} // namespace
+
+LcRecordSelector::LcRecordSelector(LcSelectionMode PassMode,
+                                   const std::vector<std::string> &Values)
+    : Mode(PassMode), Requested(Values), Upper(UpperTable()),
+      On("on", Upper), No("no", Upper) {
+  Keys.reserve(std::size(RuleKeys));
+  for (std::string_view Key : RuleKeys)
+    Keys.emplace_back(Key, Upper);
+  Wanted.reserve(Requested.size());
+  for (const std::string &Value : Requested)
+    Wanted.emplace_back(Value, Upper);
   // A key is tried only when a pair with that key can change the outcome in
   // this mode. The rules try the keys in the order checkname, package, group,
   // default, visible and act on the first one equal to the pair's key, so a
@@ -345,10 +406,11 @@ LcRecordSelector::LcRecordSelector(LcSelectionMode PassMode,
   };
   bool ByPackage = Mode == LcSelectionMode::DefaultChecksOfPackages ||
                    Mode == LcSelectionMode::ChecksOfPackages;
-  TryPackage = ByPackage && !Shadowed(1);
-  TryGroup = Mode == LcSelectionMode::ChecksOfGroups && !Shadowed(2);
-  TryDefault = Mode == LcSelectionMode::DefaultChecksOfPackages && !Shadowed(3);
-  TryVisible = !Shadowed(4);
+  TryPackage = ByPackage && !Shadowed(PackageIndex);
+  TryGroup = Mode == LcSelectionMode::ChecksOfGroups && !Shadowed(GroupIndex);
+  TryDefault = Mode == LcSelectionMode::DefaultChecksOfPackages &&
+               !Shadowed(DefaultIndex);
+  TryVisible = !Shadowed(VisibleIndex);
 }
 
 bool LcRecordSelector::Equal(std::string_view A, std::string_view B) const {
@@ -360,9 +422,30 @@ bool LcRecordSelector::Equal(std::string_view A, std::string_view B) const {
   });
 }
 
+LcKeyFilter LcRecordSelector::KeyFilter() const {
+  LcKeyFilter Filter;
+  auto KeepKey = [this, &Filter](std::string_view Key) {
+    // The bytes a key equal to Key may begin with.
+    std::bitset<256> Initials;
+    for (std::size_t Byte = 0; Byte < Initials.size(); ++Byte)
+      Initials[Byte] = Upper[Byte] == Upper[static_cast<unsigned char>(Key[0])];
+    Filter.Keep(Key.size(), Initials);
+  };
+  KeepKey(CheckNameKey);
+  if (TryPackage)
+    KeepKey(PackageKey);
+  if (TryGroup)
+    KeepKey(GroupKey);
+  if (TryDefault)
+    KeepKey(DefaultKey);
+  if (TryVisible)
+    KeepKey(VisibleKey);
+  return Filter;
+}
+
 bool LcRecordSelector::MatchesRequested(std::string_view Value) const {
-  for (const std::string &Wanted : Requested)
-    if (Equal(Value, Wanted))
+  for (const LcCaselessText &One : Wanted)
+    if (One.Matches(Value))
       return true;
   return false;
 }
@@ -377,7 +460,7 @@ bool LcRecordSelector::Select(const LcRecord &Record,
     // Keys of other lengths are equal to none of the keys the rules read.
     switch (Key.size()) {
     case CheckNameKey.size():
-      if (Equal(Key, CheckNameKey)) {
+      if (Keys[CheckNameIndex].Matches(Key)) {
         Pending = Value;
         if (Mode == LcSelectionMode::AllChecks)
           Selected = true;
@@ -387,7 +470,7 @@ bool LcRecordSelector::Select(const LcRecord &Record,
       }
       break;
     case PackageKey.size():
-      if (TryPackage && Equal(Key, PackageKey)) {
+      if (TryPackage && Keys[PackageIndex].Matches(Key)) {
         if (Mode == LcSelectionMode::DefaultChecksOfPackages ||
             Mode == LcSelectionMode::ChecksOfPackages) {
           if (MatchesRequested(Value))
@@ -397,17 +480,16 @@ bool LcRecordSelector::Select(const LcRecord &Record,
           if (Mode == LcSelectionMode::DefaultChecksOfPackages && !Selected)
             return false;
         }
-      } else if (TryDefault && Equal(Key, DefaultKey)) {
-        if (Mode == LcSelectionMode::DefaultChecksOfPackages &&
-            Equal(Value, "on"))
+      } else if (TryDefault && Keys[DefaultIndex].Matches(Key)) {
+        if (Mode == LcSelectionMode::DefaultChecksOfPackages && On.Matches(Value))
           Selected = true;
-      } else if (TryVisible && Equal(Key, VisibleKey)) {
-        if (Equal(Value, "no"))
+      } else if (TryVisible && Keys[VisibleIndex].Matches(Key)) {
+        if (No.Matches(Value))
           Selected = false;
       }
       break;
     case GroupKey.size():
-      if (TryGroup && Equal(Key, GroupKey)) {
+      if (TryGroup && Keys[GroupIndex].Matches(Key)) {
         if (Mode == LcSelectionMode::ChecksOfGroups && MatchesRequested(Value))
           Selected = true;
       }
@@ -450,6 +532,7 @@ void LcSelectFromStream(LcSelectionMode Mode, std::istream &Manifest,
                         const std::vector<std::string> &Requested) {
   LcRecordSelector Selector(Mode, Requested);
   LcManifestReader Reader;
+  Reader.SetKeyFilter(Selector.KeyFilter());
   Reader.Open(Manifest);
   LcSelectRecords(Reader, Selector, Out);
   Reader.Close();

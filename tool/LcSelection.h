@@ -4,11 +4,15 @@
 #define TOOL_LCSELECTION_H
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <string>
 #include <string_view>
 #include <vector>
 
+class LcKeyFilter;
 class LcManifestReader;
 class LcRecord;
 
@@ -34,6 +38,57 @@ enum class LcSelectionMode {
   ChecksOfPackages
 };
 
+/// A text compared whole and without regard to case: another text equals it
+/// when both have the same length and every pair of bytes is equal after
+/// upper-casing through a table of 256 entries. Prepared once, so that where
+/// each byte of the text equals only itself, or itself and the byte that
+/// differs from it in bit 5 (the ASCII case bit), a comparison takes a few
+/// word operations; otherwise it goes through the table byte by byte.
+/// Borrows the table, which must outlive it.
+class LcCaselessText {
+public:
+  LcCaselessText(std::string_view Text, const std::array<char, 256> &Upper);
+
+  bool Matches(std::string_view Other) const {
+    std::size_t Size = Text.size();
+    if (Other.size() != Size)
+      return false;
+    if (!ByWords || Size < 4)
+      return MatchesThroughTable(Other);
+    const char *O = Other.data();
+    if (Size < 8)
+      // Two pieces that overlap cover the text.
+      return PieceMatches<std::uint32_t>(O, 0) &&
+             PieceMatches<std::uint32_t>(O, Size - 4);
+    for (std::size_t I = 0; I + 8 < Size; I += 8)
+      if (!PieceMatches<std::uint64_t>(O, I))
+        return false;
+    return PieceMatches<std::uint64_t>(O, Size - 8);
+  }
+
+private:
+  bool MatchesThroughTable(std::string_view Other) const;
+
+  /// Whether (Other[I] | Fold[I]) == Pattern[I] for the Word-sized piece at
+  /// I.
+  template <class Word>
+  bool PieceMatches(const char *Other, std::size_t I) const {
+    Word O, F, P;
+    std::memcpy(&O, Other + I, sizeof O);
+    std::memcpy(&F, Fold.data() + I, sizeof F);
+    std::memcpy(&P, Pattern.data() + I, sizeof P);
+    return (O | F) == P;
+  }
+
+  std::string Text;
+  const std::array<char, 256> *Upper;
+  /// Whether the word comparison holds: a byte B of Other matches byte I
+  /// when (B | Fold[I]) == Pattern[I].
+  bool ByWords = false;
+  std::string Fold;
+  std::string Pattern;
+};
+
 /// Decides, record by record, what one pass of one mode selects. Keys and
 /// values are compared whole and without regard to case: equal length and
 /// every pair of bytes equal after upper-casing through the global locale's
@@ -43,6 +98,8 @@ class LcRecordSelector {
 public:
   LcRecordSelector(LcSelectionMode Mode,
                    const std::vector<std::string> &Requested);
+  LcRecordSelector(const LcRecordSelector &) = delete;
+  LcRecordSelector &operator=(const LcRecordSelector &) = delete;
 
   /// Answers whether Record is selected and, if so, sets Name to the check
   /// name to write (a view into Record). A selected record without a
@@ -52,12 +109,22 @@ public:
   /// Whole-string comparison without regard to case.
   bool Equal(std::string_view A, std::string_view B) const;
 
+  /// The attributes Select reads in this mode: those whose key may equal a
+  /// key it tries. A reader that keeps only these reads the same selection.
+  LcKeyFilter KeyFilter() const;
+
 private:
   bool MatchesRequested(std::string_view Value) const;
 
   LcSelectionMode Mode;
   const std::vector<std::string> &Requested;
   std::array<char, 256> Upper;
+  /// The keys the rules read, the values they test and the requested
+  /// values, prepared for comparison through Upper.
+  std::vector<LcCaselessText> Keys;
+  LcCaselessText On;
+  LcCaselessText No;
+  std::vector<LcCaselessText> Wanted;
   /// Whether Select compares a pair's key with "package", "group",
   /// "default", "visible": only when such a pair can change the outcome in
   /// this mode.

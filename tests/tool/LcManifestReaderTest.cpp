@@ -3,13 +3,19 @@
 // reading compared with plain line-by-line reading at every block size and
 // split point.
 #include "tool/LcManifestReader.h"
+#include "tool/LcSelection.h"
 
 #include "console/MsConsole.h"
 #include "console/MsConsoleConcrete.h"
+#include "tests/tool/LcReferenceReader.h"
 #include "tests/tool/LcToolTestSupport.h"
 
 #include <gtest/gtest.h>
 
+#include <bitset>
+#include <cctype>
+#include <functional>
+#include <initializer_list>
 #include <random>
 #include <sstream>
 #include <streambuf>
@@ -18,9 +24,9 @@
 
 namespace {
 
-using Pair = std::pair<std::string, std::string>;
-using Record = std::vector<Pair>;
-using Records = std::vector<Record>;
+using lctest::Pair;
+using lctest::Record;
+using lctest::Records;
 
 Record Copy(const LcRecord &R) {
   Record Result;
@@ -276,13 +282,12 @@ TEST(ManifestReader, ReadsFileLargerThanItsBuffer) {
   std::string Text;
   Records Expected;
   const std::string LongValue(1000, 'v');
-  for (int I = 0; I < 500; ++I) {
+  for (int I = 0; I < 1200; ++I) {
     std::string Name = "check-" + std::to_string(I);
     Text += "checkname=" + Name + "\r\ndescription=" + LongValue + "\r\n\r\n";
     Expected.push_back({{"checkname", Name}, {"description", LongValue}});
   }
-  ASSERT_GT(Text.size(),
-            4 * static_cast<std::size_t>(LcManifestReader::BufferSize));
+  ASSERT_GT(Text.size(), 4 * LcManifestReader::DefaultBlockSize);
   lctest::WriteFile(Path, Text);
   Records Seen;
   LcManifestReader Reader;
@@ -327,68 +332,8 @@ TEST_F(ManifestReaderOpenFailure, DirectoryWithoutTrailingSlash) {
 
 // Block reading against line-by-line reading.
 
-/// The manifest reader as first written: one std::getline per line on a
-/// stream whose exception mask is badbit, a read error ending the input.
-/// The block-scanning reader must see the same records and leave the stream
-/// in the same state.
-class GetlineReader {
-public:
-  void Open(std::istream &Stream) {
-    In = &Stream;
-    Saved = Stream.exceptions();
-    if (!Stream.bad())
-      Stream.exceptions(std::ios_base::badbit);
-    Ended = false;
-    ReadRecord();
-  }
-  bool AtEnd() const { return Ended; }
-  const Record &Current() const { return Pairs; }
-  bool Advance() {
-    if (Ended)
-      return false;
-    ReadRecord();
-    if (In->fail())
-      Ended = true;
-    return !Ended;
-  }
-  void Close() {
-    Ended = true;
-    if (In)
-      In->exceptions(Saved);
-    In = nullptr;
-  }
-
-private:
-  bool ReadLine(std::string &Line) {
-    try {
-      return static_cast<bool>(std::getline(*In, Line));
-    } catch (const std::ios_base::failure &) {
-      return false;
-    }
-  }
-  void ReadRecord() {
-    Pairs.clear();
-    std::string Line;
-    while (ReadLine(Line)) {
-      if (!Line.empty() && Line.back() == '\r')
-        Line.pop_back();
-      if (Line.empty()) {
-        if (!Pairs.empty())
-          return;
-        continue;
-      }
-      std::string::size_type Eq = Line.find('=');
-      if (Eq == std::string::npos || Eq == 0 || Eq + 1 == Line.size())
-        continue;
-      Pairs.emplace_back(Line.substr(0, Eq), Line.substr(Eq + 1));
-    }
-  }
-
-  std::istream *In = nullptr;
-  std::ios_base::iostate Saved = std::ios_base::goodbit;
-  bool Ended = true;
-  Record Pairs;
-};
+/// The line-by-line reference, keeping every attribute.
+using GetlineReader = lctest::ReferenceReader<>;
 
 Record Copy(const Record &R) { return R; }
 
@@ -648,6 +593,345 @@ TEST(ManifestBlockReading, ReadsFileWithTinyBlocks) {
     }
     Reader.Close();
     EXPECT_EQ(Seen, Expected) << "block " << BlockSize;
+  }
+}
+
+// Skimming with a key filter against line-by-line reading with the same
+// filter.
+
+/// The bytes B for which Pick(B) holds.
+template <class Predicate> std::bitset<256> Bytes(Predicate Pick) {
+  std::bitset<256> Set;
+  for (unsigned B = 0; B < 256; ++B)
+    Set[B] = Pick(static_cast<unsigned char>(B));
+  return Set;
+}
+
+std::bitset<256> Letter(char C) {
+  return Bytes([C](unsigned char B) {
+    return B == static_cast<unsigned char>(std::tolower(C)) ||
+           B == static_cast<unsigned char>(std::toupper(C));
+  });
+}
+
+std::bitset<256> Only(std::initializer_list<unsigned char> List) {
+  std::bitset<256> Set;
+  for (unsigned char B : List)
+    Set[B] = true;
+  return Set;
+}
+
+struct FilterCase {
+  const char *Name;
+  LcKeyFilter Filter;
+};
+
+/// The filter each selection mode reads with, as the selector makes it.
+LcKeyFilter ModeFilter(LcSelectionMode Mode) {
+  static const std::vector<std::string> Values = {"p"};
+  return LcRecordSelector(Mode, Values).KeyFilter();
+}
+
+std::vector<FilterCase> FilterCases() {
+  std::vector<FilterCase> Cases;
+  Cases.push_back({"AllChecks", ModeFilter(LcSelectionMode::AllChecks)});
+  Cases.push_back(
+      {"DefaultChecks", ModeFilter(LcSelectionMode::DefaultChecksOfPackages)});
+  Cases.push_back({"Groups", ModeFilter(LcSelectionMode::ChecksOfGroups)});
+  LcKeyFilter OneLetter;
+  OneLetter.Keep(1, Letter('a') | Only({'k'}));
+  Cases.push_back({"OneLetterKeys", OneLetter});
+  LcKeyFilter AnyInitial;
+  AnyInitial.Keep(9, Bytes([](unsigned char B) { return B != 'x'; }));
+  Cases.push_back({"ManyInitials", AnyInitial});
+  LcKeyFilter FourLengths;
+  FourLengths.Keep(5, Letter('g'));
+  FourLengths.Keep(7, Letter('p') | Letter('d') | Letter('v'));
+  FourLengths.Keep(9, Letter('c'));
+  FourLengths.Keep(1, Only({'x', 'k'}));
+  Cases.push_back({"FourLengthsManyInitials", FourLengths});
+  LcKeyFilter FiveLengths = FourLengths;
+  FiveLengths.Keep(2, Letter('b'));
+  Cases.push_back({"FiveLengths", FiveLengths});
+  LcKeyFilter Long;
+  Long.Keep(63, Letter('z'));
+  Long.Keep(6, Only({'t'}));
+  Cases.push_back({"LongestSkimmedKey", Long});
+  LcKeyFilter TooLong;
+  TooLong.Keep(64, Letter('z'));
+  TooLong.Keep(9, Letter('c'));
+  Cases.push_back({"KeyLongerThanABlock", TooLong});
+  LcKeyFilter ControlInitials;
+  ControlInitials.Keep(1, Only({'\n', '\r', '=', '-', '\0'}));
+  ControlInitials.Keep(9, Only({0xE3, 0xC3}));
+  Cases.push_back({"ControlAndHighInitials", ControlInitials});
+  LcKeyFilter Nothing;
+  Nothing.Keep(0, Bytes([](unsigned char) { return true; }));
+  Cases.push_back({"KeepsNothing", Nothing});
+  LcKeyFilter NoInitials;
+  NoInitials.Keep(9, std::bitset<256>());
+  Cases.push_back({"NoInitials", NoInitials});
+  return Cases;
+}
+
+Outcome SkimPass(const std::string &Text, std::size_t BlockSize,
+                 const Feed &How, const LcKeyFilter &Filter,
+                 LcMaskKind Kind) {
+  lctest::PieceBuf Buf(Text, How.Pieces, How.FailAt, How.OutOfMemory);
+  std::istream In(&Buf);
+  LcManifestReader Reader(BlockSize, Kind);
+  Reader.SetKeyFilter(Filter);
+  return Pass(Reader, In);
+}
+
+Outcome FilteredGetlinePass(const std::string &Text, const Feed &How,
+                            const LcKeyFilter &Filter) {
+  lctest::PieceBuf Buf(Text, How.Pieces, How.FailAt, How.OutOfMemory);
+  std::istream In(&Buf);
+  lctest::ReferenceReader<std::function<bool(const std::string &)>> Reader(
+      [&Filter](const std::string &Key) { return Filter.Keeps(Key); });
+  return Pass(Reader, In);
+}
+
+/// Random manifest text for skimming: keys of the filters' lengths in both
+/// cases, keys one byte off, "=" and line ends in every position, lines
+/// longer than one or two blocks.
+std::string RandomSkimManifest(std::mt19937 &Random) {
+  static const char *const Tokens[] = {
+      "\n",          "\n",          "\r\n",         "\r",
+      "\n\n",        "\r\n\r\n",    "\n\r\n",       "=",
+      "checkname=",  "CheckName=A", "checkname=B\n", "checknam=C\n",
+      "visible=no\n", "VISIBLE=No\r\n", "visible=\n", "visibles=no\n",
+      "package=p\n", "default=on\n", "Group=g\n",   "group=\r\n",
+      "a=1\n",       "A=",          "k=v\r\n",      "x=y",
+      "b=",          "bb=2\n",      "t=",           "tt=",
+      " ",           "c",           "v",            "\xE3=\n",
+      "\xC3heckname=h\n"};
+  constexpr std::size_t TokenCount = sizeof Tokens / sizeof Tokens[0];
+  std::string Text;
+  std::size_t Count =
+      std::uniform_int_distribution<std::size_t>(0, 80)(Random);
+  for (std::size_t I = 0; I < Count; ++I) {
+    std::size_t Pick =
+        std::uniform_int_distribution<std::size_t>(0, TokenCount + 2)(Random);
+    if (Pick == TokenCount) {
+      // Filler that pushes the next line across one or more blocks.
+      Text += std::string(
+          std::uniform_int_distribution<std::size_t>(1, 150)(Random), 'y');
+    } else if (Pick == TokenCount + 1) {
+      Text += std::string(63, 'z') + "=long\n";
+    } else if (Pick == TokenCount + 2) {
+      Text += '\0';
+    } else {
+      Text += Tokens[Pick];
+    }
+  }
+  return Text;
+}
+
+struct KeepCase {
+  const char *Filter;
+  std::string Key;
+  bool Kept;
+};
+
+/// The filters KeepCases name.
+LcKeyFilter NamedFilter(const std::string &Name) {
+  static const std::vector<std::string> None;
+  LcKeyFilter Filter;
+  if (Name == "some") {
+    Filter.Keep(3, Letter('a'));
+    Filter.Keep(3, Only({'b'}));
+    Filter.Keep(1, Only({'='}));
+    Filter.Keep(70, Only({'l'}));
+  } else if (Name == "nothing") {
+    Filter.Keep(0, Letter('a'));
+  } else if (Name == "all-checks") {
+    Filter = LcRecordSelector(LcSelectionMode::AllChecks, None).KeyFilter();
+  } else if (Name == "default-checks") {
+    Filter = LcRecordSelector(LcSelectionMode::DefaultChecksOfPackages, None)
+                 .KeyFilter();
+  } else if (Name == "groups") {
+    Filter = LcRecordSelector(LcSelectionMode::ChecksOfGroups, None).KeyFilter();
+  } else if (Name == "packages") {
+    Filter =
+        LcRecordSelector(LcSelectionMode::ChecksOfPackages, None).KeyFilter();
+  }
+  return Filter;
+}
+
+const KeepCase KeepCases[] = {
+    {"every", "anything", true},
+    {"some", "abc", true},
+    {"some", "Abc", true},
+    {"some", "bxx", true},
+    {"some", "Bxx", false},
+    {"some", "ab", false},
+    {"some", "abcd", false},
+    {"some", "=", true},
+    {"some", "", false},
+    {"some", "l" + std::string(69, 'x'), true},
+    {"some", "L" + std::string(69, 'x'), false},
+    {"some", "l" + std::string(70, 'x'), false},
+    {"nothing", "a", false},
+    // What the selection rules read in each mode, without regard to case.
+    {"all-checks", "checkname", true},
+    {"all-checks", "CheckName", true},
+    {"all-checks", "visible", true},
+    {"all-checks", "package", false},
+    {"all-checks", "group", false},
+    {"all-checks", "default", false},
+    {"all-checks", "title", false},
+    {"default-checks", "PACKAGE", true},
+    {"default-checks", "default", true},
+    {"default-checks", "visible", true},
+    {"default-checks", "group", false},
+    {"groups", "Group", true},
+    {"groups", "package", false},
+    {"packages", "package", true},
+    {"packages", "default", false},
+};
+
+TEST(ManifestSkimming, KeyFilterKeeps) {
+  for (const KeepCase &C : KeepCases) {
+    LcKeyFilter Filter = NamedFilter(C.Filter);
+    EXPECT_EQ(Filter.KeepsAll(), std::string(C.Filter) == "every")
+        << C.Filter;
+    EXPECT_EQ(Filter.Keeps(C.Key), C.Kept) << C.Filter << ": " << C.Key;
+  }
+}
+
+TEST(ManifestSkimming, TableCasesAtEveryBlockAndPieceSize) {
+  for (const FilterCase &F : FilterCases())
+    for (const ReaderCase &C : ReaderCases) {
+      Outcome Expected = FilteredGetlinePass(C.Text, Feed{}, F.Filter);
+      for (LcMaskKind Kind : LcMaskKindsForThisMachine())
+        for (std::size_t BlockSize :
+             {std::size_t(1), std::size_t(3), std::size_t(16),
+              LcManifestReader::DefaultBlockSize})
+          for (std::size_t Piece = 1; Piece <= C.Text.size() + 1; ++Piece)
+            ASSERT_EQ(SkimPass(C.Text, BlockSize, Feed{{Piece}}, F.Filter,
+                               Kind),
+                      Expected)
+                << F.Name << ", " << C.Name << ", "
+                << LcMaskKindName(Kind) << ", block " << BlockSize
+                << ", pieces of " << Piece;
+    }
+}
+
+TEST(ManifestSkimming, MatchesLineByLineReadingOnRandomManifests) {
+  std::mt19937 Random(20250117);
+  std::vector<FilterCase> Filters = FilterCases();
+  for (int Round = 0; Round < 200; ++Round) {
+    std::string Text = RandomSkimManifest(Random);
+    for (const FilterCase &F : Filters) {
+      Outcome Expected = FilteredGetlinePass(Text, Feed{}, F.Filter);
+      for (LcMaskKind Kind : LcMaskKindsForThisMachine())
+        for (std::size_t BlockSize :
+             {std::size_t(1), std::size_t(7), std::size_t(64),
+              std::size_t(200), LcManifestReader::DefaultBlockSize}) {
+          Feed How{RandomPieces(Random)};
+          ASSERT_EQ(SkimPass(Text, BlockSize, How, F.Filter, Kind), Expected)
+              << "round " << Round << ", " << F.Name << ", "
+              << LcMaskKindName(Kind) << ", block " << BlockSize << ", text "
+              << ::testing::PrintToString(Text);
+        }
+    }
+  }
+}
+
+TEST(ManifestSkimming, WholeInputAtOnce) {
+  // Handed over in one piece, the text is skimmed across many blocks in a
+  // row, and the last line meets the end of the input.
+  std::mt19937 Random(99);
+  std::vector<FilterCase> Filters = FilterCases();
+  for (int Round = 0; Round < 100; ++Round) {
+    std::string Text;
+    for (int Part = 0; Part < 10; ++Part)
+      Text += RandomSkimManifest(Random);
+    for (const FilterCase &F : Filters) {
+      Outcome Expected = FilteredGetlinePass(Text, Feed{}, F.Filter);
+      for (LcMaskKind Kind : LcMaskKindsForThisMachine())
+        ASSERT_EQ(SkimPass(Text, LcManifestReader::DefaultBlockSize, Feed{},
+                           F.Filter, Kind),
+                  Expected)
+            << "round " << Round << ", " << F.Name << ", "
+            << LcMaskKindName(Kind) << ", text "
+            << ::testing::PrintToString(Text);
+    }
+  }
+}
+
+TEST(ManifestSkimming, ReadErrorAndMemoryExhaustionAtEveryPosition) {
+  const std::string Texts[] = {
+      "checkname=A\nvisible=no\n\ncheckname=B\nVisible=yes\n\ncheckname=C",
+      "checkname=A\r\n\r\ncheckname=B\r\nvisible=no\r\n\r\ncheckname=C\r\n",
+      "junk\n\ncheckname=" + std::string(70, 'n') + "\ntitle=" +
+          std::string(140, 't') + "\nvisible=no\n\n",
+  };
+  LcKeyFilter Filter = ModeFilter(LcSelectionMode::AllChecks);
+  std::mt19937 Random(11);
+  for (const std::string &Text : Texts)
+    for (std::size_t FailAt = 0; FailAt <= Text.size(); ++FailAt)
+      for (bool OutOfMemory : {false, true}) {
+        Feed How{RandomPieces(Random), FailAt, OutOfMemory};
+        Outcome Expected = FilteredGetlinePass(Text, How, Filter);
+        for (LcMaskKind Kind : LcMaskKindsForThisMachine())
+          for (std::size_t BlockSize :
+               {std::size_t(1), std::size_t(3), std::size_t(100),
+                LcManifestReader::DefaultBlockSize})
+            ASSERT_EQ(SkimPass(Text, BlockSize, How, Filter, Kind), Expected)
+                << ::testing::PrintToString(Text) << " failing at " << FailAt
+                << (OutOfMemory ? " out of memory" : " read error") << ", "
+                << LcMaskKindName(Kind) << ", block " << BlockSize;
+      }
+}
+
+TEST(ManifestSkimming, RecordOfDroppedAttributesKeepsItsPlace) {
+  // "owner" is not kept, yet it makes the first record non-empty, so the
+  // empty line after it ends that record and "checkname=A", not followed by
+  // an empty line, is the last record and is not used.
+  LcKeyFilter Filter = ModeFilter(LcSelectionMode::AllChecks);
+  for (LcMaskKind Kind : LcMaskKindsForThisMachine()) {
+    EXPECT_EQ(SkimPass("owner=x\n\ncheckname=A\n", 64, Feed{}, Filter, Kind)
+                  .Seen,
+              (Records{{}}))
+        << LcMaskKindName(Kind);
+    EXPECT_EQ(SkimPass("owner=x\n\ncheckname=A\n\n", 64, Feed{}, Filter, Kind)
+                  .Seen,
+              (Records{{}, {{"checkname", "A"}}}))
+        << LcMaskKindName(Kind);
+  }
+}
+
+TEST(ManifestSkimming, ReadsFileWithFilter) {
+  lctest::TempDir Dir;
+  std::string Path = Dir.Path("m.txt");
+  std::string Text;
+  Records Expected;
+  for (int I = 0; I < 20000; ++I) {
+    std::string Name = "check-" + std::to_string(I);
+    bool Hidden = I % 7 == 3;
+    Text += "checkname=" + Name + "\npackage=p\ntitle=" +
+            std::string(static_cast<std::size_t>(I % 97), 't') +
+            (Hidden ? "\nVisible=no" : "") + (I % 2 ? "\r\n\r\n" : "\n\n");
+    Record R = {{"checkname", Name}};
+    if (Hidden)
+      R.emplace_back("Visible", "no");
+    Expected.push_back(R);
+  }
+  ASSERT_GT(Text.size(), 4 * LcManifestReader::DefaultBlockSize);
+  lctest::WriteFile(Path, Text);
+  for (LcMaskKind Kind : LcMaskKindsForThisMachine()) {
+    Records Seen;
+    LcManifestReader Reader(LcManifestReader::DefaultBlockSize, Kind);
+    Reader.SetKeyFilter(ModeFilter(LcSelectionMode::AllChecks));
+    Reader.Open(Path);
+    while (!Reader.AtEnd()) {
+      Seen.push_back(Copy(Reader.Current()));
+      Reader.Advance();
+    }
+    EXPECT_EQ(Seen, Expected) << LcMaskKindName(Kind);
   }
 }
 

@@ -1,0 +1,127 @@
+// Classification of manifest text 64 bytes at a time: bit masks of the line
+// feeds, carriage returns, "=" signs and chosen key initials of a block, made
+// with the widest vector instructions the processor offers.
+#include "tool/LcByteMasks.h"
+
+#include "tool/LcByteMaskKernels.h"
+
+namespace {
+
+/// Runs Kernel for the number of initials Initials holds.
+template <class Kernel>
+void ClassifyWith(const char *Block, const LcInitials &Initials,
+                  LcByteMasks &Masks) {
+  Masks = LcByteMasks();
+  switch (Initials.Count) {
+  case 0:
+    Kernel::template Classify<0>(Block, Initials, Masks);
+    return;
+  case 1:
+    Kernel::template Classify<1>(Block, Initials, Masks);
+    return;
+  case 2:
+    Kernel::template Classify<2>(Block, Initials, Masks);
+    return;
+  case 3:
+    Kernel::template Classify<3>(Block, Initials, Masks);
+    return;
+  default:
+    Kernel::template Classify<4>(Block, Initials, Masks);
+    return;
+  }
+}
+
+#ifdef LC_MASKS_X86
+__attribute__((target("avx2"), flatten)) void
+ClassifyAvx2(const char *Block, const LcInitials &Initials,
+             LcByteMasks &Masks) {
+  ClassifyWith<lcmasks::Avx2>(Block, Initials, Masks);
+}
+
+__attribute__((target("avx512bw"), flatten)) void
+ClassifyAvx512(const char *Block, const LcInitials &Initials,
+               LcByteMasks &Masks) {
+  ClassifyWith<lcmasks::Avx512>(Block, Initials, Masks);
+}
+#endif
+
+} // namespace
+
+namespace {
+/// Whether this processor runs Kind.
+bool Runs(LcMaskKind Kind) {
+#ifdef LC_MASKS_X86
+  // The loops built around the wider kinds also use the bit manipulation
+  // instructions that came with them.
+  bool Bmi = __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+  switch (Kind) {
+  case LcMaskKind::Portable:
+  case LcMaskKind::Sse2:
+    return true;
+  case LcMaskKind::Avx2:
+    return Bmi && __builtin_cpu_supports("avx2");
+  case LcMaskKind::Avx512:
+    return Bmi && __builtin_cpu_supports("avx512bw");
+  }
+  return false;
+#else
+  return Kind == LcMaskKind::Portable;
+#endif
+}
+
+constexpr LcMaskKind AllKinds[] = {LcMaskKind::Portable, LcMaskKind::Sse2,
+                                   LcMaskKind::Avx2, LcMaskKind::Avx512};
+} // namespace
+
+std::vector<LcMaskKind> LcMaskKindsForThisMachine() {
+  std::vector<LcMaskKind> Kinds;
+  for (LcMaskKind Kind : AllKinds)
+    if (Runs(Kind))
+      Kinds.push_back(Kind);
+  return Kinds;
+}
+
+LcMaskKind LcBestMaskKind() {
+  static const LcMaskKind Best = [] {
+    LcMaskKind Found = LcMaskKind::Portable;
+    for (LcMaskKind Kind : AllKinds)
+      if (Runs(Kind))
+        Found = Kind;
+    return Found;
+  }();
+  return Best;
+}
+
+const char *LcMaskKindName(LcMaskKind Kind) {
+  switch (Kind) {
+  case LcMaskKind::Portable:
+    return "portable";
+  case LcMaskKind::Sse2:
+    return "sse2";
+  case LcMaskKind::Avx2:
+    return "avx2";
+  case LcMaskKind::Avx512:
+    return "avx512";
+  }
+  return "?";
+}
+
+void LcClassifyBlock(LcMaskKind Kind, const char *Block,
+                     const LcInitials &Initials, LcByteMasks &Masks) {
+  switch (Kind) {
+#ifdef LC_MASKS_X86
+  case LcMaskKind::Sse2:
+    ClassifyWith<lcmasks::Sse2>(Block, Initials, Masks);
+    return;
+  case LcMaskKind::Avx2:
+    ClassifyAvx2(Block, Initials, Masks);
+    return;
+  case LcMaskKind::Avx512:
+    ClassifyAvx512(Block, Initials, Masks);
+    return;
+#endif
+  default:
+    ClassifyWith<lcmasks::Portable>(Block, Initials, Masks);
+    return;
+  }
+}
