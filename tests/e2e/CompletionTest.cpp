@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -44,17 +43,6 @@ const char OtherManifest[] = "checkname=Other-check\r\n"
                              "package=extra\r\n"
                              "group=misc\r\n"
                              "\r\n";
-
-std::string ShellQuote(const std::string &Word) {
-  std::string Quoted = "'";
-  for (char Ch : Word) {
-    if (Ch == '\'')
-      Quoted += "'\\''";
-    else
-      Quoted += Ch;
-  }
-  return Quoted + "'";
-}
 
 /// One completion request: the command line up to the cursor, and the words
 /// readline cuts it into (it cuts at blanks and at the characters of
@@ -98,28 +86,29 @@ protected:
                                     const std::vector<std::string> &Words,
                                     const std::string &Cwd = "work",
                                     const std::string &Path = "/usr/bin:/bin") {
-    std::string Program = "source " + ShellQuote(Script) + " || exit 9\n";
-    Program += "COMP_LINE=" + ShellQuote(Line) + "\n";
-    Program += "COMP_POINT=" + std::to_string(Line.size()) + "\n";
-    Program += "COMP_WORDS=(";
-    for (const std::string &Word : Words)
-      Program += " " + ShellQuote(Word);
-    Program += " )\n";
-    Program += "COMP_CWORD=" + std::to_string(Words.size() - 1) + "\n";
-    Program += "_chksel || exit 8\n"
-               "printf '%s\\n' \"${COMPREPLY[@]}\"\n";
+    // The script, the line and the words reach bash as arguments and in
+    // the environment, so that nothing needs quoting.
+    const char Program[] = "source \"$CHKSEL_COMPLETION\" || exit 9\n"
+                           "COMP_LINE=$LINE\n"
+                           "COMP_POINT=${#LINE}\n"
+                           "COMP_WORDS=(\"$@\")\n"
+                           "COMP_CWORD=$(($# - 1))\n"
+                           "_chksel || exit 8\n"
+                           "printf '%s\\n' \"${COMPREPLY[@]}\"\n";
+    std::vector<std::string> Args = {"--norc", "--noprofile", "-c", Program,
+                                     "bash"};
+    Args.insert(Args.end(), Words.begin(), Words.end());
     RunOptions Options;
     Options.Cwd = Dir.Path(Cwd);
     Options.Env["PATH"] = Path;
     Options.Env["HOME"] = Dir.Path("work");
-    RunResult R =
-        e2e::Run(Bash, {"--norc", "--noprofile", "-c", Program}, Options);
+    Options.Env["CHKSEL_COMPLETION"] = Script;
+    Options.Env["LINE"] = Line;
+    RunResult R = e2e::Run(Bash, Args, Options);
     EXPECT_EQ(R.Status, 0) << R.Err;
     EXPECT_EQ(R.Err, "");
     std::vector<std::string> Candidates;
-    std::stringstream Lines(R.Out);
-    std::string Candidate;
-    while (std::getline(Lines, Candidate))
+    for (const std::string &Candidate : SplitLines(R.Out))
       if (!Candidate.empty())
         Candidates.push_back(Candidate);
     std::sort(Candidates.begin(), Candidates.end());
@@ -278,9 +267,7 @@ INSTANTIATE_TEST_SUITE_P(Values, CompletionValueTest,
 std::vector<std::string> HelpOptionWords() {
   RunResult Help = RunChksel({"--help"});
   std::vector<std::string> Words;
-  std::stringstream Lines(Help.Out);
-  std::string Line;
-  while (std::getline(Lines, Line)) {
+  for (const std::string &Line : SplitLines(Help.Out)) {
     if (Line.empty() || Line[0] != '-')
       continue;
     const std::size_t End = Line.find_first_of(" =");

@@ -61,6 +61,15 @@ bool Exists(const std::string &Path) {
   return std::filesystem::exists(Path, Ignored);
 }
 
+std::vector<std::string> SplitLines(const std::string &Text) {
+  std::vector<std::string> Lines;
+  std::stringstream In(Text);
+  std::string Line;
+  while (std::getline(In, Line))
+    Lines.push_back(Line);
+  return Lines;
+}
+
 std::string ChkselPath() { return CHKSEL_BINARY; }
 
 std::string FindProgram(const std::string &Name) {

@@ -66,6 +66,8 @@ std::string ChkselPath();
 std::string ReadFile(const std::string &Path);
 void WriteFile(const std::string &Path, const std::string &Bytes);
 bool Exists(const std::string &Path);
+/// The lines of Text, without their line feeds.
+std::vector<std::string> SplitLines(const std::string &Text);
 
 /// The full path of the program Name found on PATH, empty when there is none.
 std::string FindProgram(const std::string &Name);

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -37,15 +36,6 @@ std::ostream &operator<<(std::ostream &Out, const Entry &E) {
   return Out << "}";
 }
 
-std::vector<std::string> Lines(const std::string &Text) {
-  std::vector<std::string> Result;
-  std::stringstream In(Text);
-  std::string Line;
-  while (std::getline(In, Line))
-    Result.push_back(Line);
-  return Result;
-}
-
 std::string TrimRight(std::string Text) {
   while (!Text.empty() && Text.back() == ' ')
     Text.pop_back();
@@ -58,7 +48,7 @@ std::string TrimRight(std::string Text) {
 std::vector<Entry> HelpEntries(const std::string &Help) {
   std::vector<Entry> Entries;
   bool InList = false;
-  for (const std::string &Line : Lines(Help)) {
+  for (const std::string &Line : SplitLines(Help)) {
     if (Line == "Available command line options:") {
       InList = true;
       continue;
@@ -96,7 +86,7 @@ std::string Render(const std::string &Page) {
 /// The section headings of a rendered page, in order.
 std::vector<std::string> Headings(const std::string &Rendered) {
   std::vector<std::string> Result;
-  for (const std::string &Line : Lines(Rendered))
+  for (const std::string &Line : SplitLines(Rendered))
     if (!Line.empty() && Line[0] >= 'A' && Line[0] <= 'Z' &&
         Line.find("(1)") == std::string::npos &&
         Line.find("chksel 1") == std::string::npos)
@@ -110,7 +100,7 @@ std::vector<std::string> Headings(const std::string &Rendered) {
 std::vector<Entry> ManEntries(const std::string &Rendered) {
   std::vector<Entry> Entries;
   bool InOptions = false;
-  for (const std::string &Line : Lines(Rendered)) {
+  for (const std::string &Line : SplitLines(Rendered)) {
     if (!Line.empty() && Line[0] != ' ') {
       InOptions = Line == "OPTIONS";
       continue;

@@ -22,15 +22,6 @@ std::string TrimEnd(std::string Text) {
   return Text;
 }
 
-std::vector<std::string> Lines(const std::string &Text) {
-  std::vector<std::string> Result;
-  std::stringstream In(Text);
-  std::string Line;
-  while (std::getline(In, Line))
-    Result.push_back(Line);
-  return Result;
-}
-
 class PackageTest : public ::testing::Test {
 protected:
   void SetUp() override {
@@ -53,7 +44,7 @@ protected:
     RunResult R = DpkgDeb({"-f"});
     EXPECT_EQ(R.Status, 0) << R.Err;
     std::map<std::string, std::string> Result;
-    for (const std::string &Line : Lines(R.Out)) {
+    for (const std::string &Line : SplitLines(R.Out)) {
       const std::size_t Colon = Line.find(": ");
       if (!Line.empty() && Line[0] != ' ' && Colon != std::string::npos)
         Result[Line.substr(0, Colon)] = Line.substr(Colon + 2);
@@ -110,7 +101,7 @@ TEST_F(PackageTest, Contents) {
   ASSERT_EQ(R.Status, 0) << R.Err;
   std::map<std::string, std::string> Files;
   std::set<std::string> Folders;
-  for (const std::string &Line : Lines(R.Out)) {
+  for (const std::string &Line : SplitLines(R.Out)) {
     std::stringstream Words(Line);
     std::string Mode, Owner, Size, Date, Time, Path;
     Words >> Mode >> Owner >> Size >> Date >> Time >> Path;
@@ -178,7 +169,7 @@ TEST_F(PackageTest, LintianReportsNoError) {
   ASSERT_FALSE(Lintian.empty()) << "lintian is needed";
   RunResult R = e2e::Run(Lintian, {"--info", Deb});
   std::vector<std::string> Errors;
-  for (const std::string &Line : Lines(R.Out))
+  for (const std::string &Line : SplitLines(R.Out))
     if (Line.rfind("E: ", 0) == 0 || Line.rfind("W: ", 0) == 0)
       Errors.push_back(Line);
   EXPECT_EQ(Errors, std::vector<std::string>()) << R.Out << R.Err;
