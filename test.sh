@@ -1,12 +1,16 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test in three builds: the
-# Release build that ships, a Debug build, and a build with AddressSanitizer
-# and UndefinedBehaviorSanitizer. Warnings are errors in all three. Exits
+# Release build that ships (it also builds the Debian package and checks it
+# with lintian), a Debug build, and a build with AddressSanitizer and
+# UndefinedBehaviorSanitizer. Warnings are errors in all three. Exits
 # non-zero on any failure.
 set -euo pipefail
 cd "$(dirname "$0")"
 
-scripts/install-deps.sh
+# Beyond the build: the build-system tests run ninja; the manual-page tests
+# groff and man; the package tests dpkg-deb, dpkg-shlibdeps and lintian.
+scripts/install-deps.sh ninja-build groff man-db bash-completion lintian \
+  dpkg-dev
 
 jobs=$(nproc 2>/dev/null || echo 2)
 

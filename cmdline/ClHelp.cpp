@@ -65,8 +65,7 @@ bool ClHelpNameLess(const std::string &A, const std::string &B) {
   return A.size() < B.size();
 }
 
-void ClPrintHelp(std::ostream &Out, const ClParser &Root) {
-  Out << ClText(ClMsg::HelpHeading);
+std::vector<const ClArg *> ClHelpOptions(const ClParser &Root) {
   std::vector<const ClArg *> Options;
   Root.CollectOptions(Options);
   std::vector<std::pair<std::string, const ClArg *>> Sorted;
@@ -77,6 +76,14 @@ void ClPrintHelp(std::ostream &Out, const ClParser &Root) {
                    [](const auto &L, const auto &R) {
                      return ClHelpNameLess(L.first, R.first);
                    });
+  Options.clear();
   for (const auto &Item : Sorted)
-    Out << Item.second->HelpEntry() << '\n';
+    Options.push_back(Item.second);
+  return Options;
+}
+
+void ClPrintHelp(std::ostream &Out, const ClParser &Root) {
+  Out << ClText(ClMsg::HelpHeading);
+  for (const ClArg *Arg : ClHelpOptions(Root))
+    Out << Arg->HelpEntry() << '\n';
 }

@@ -4,6 +4,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 class ClArg;
 class ClParser;
@@ -20,9 +21,13 @@ std::string ClFormatHelpEntry(const ClArg &Arg);
 /// letters upper-cased; a name that is a prefix of another sorts first.
 bool ClHelpNameLess(const std::string &A, const std::string &B);
 
-/// Writes "Available command line options:" and the help entries of the
-/// options of the tree under Root (debug-only and removed options left out),
-/// sorted by display name, each followed by a line feed.
+/// The options the option list shows, in its order: those of the tree under
+/// Root (debug-only and removed options left out), sorted by display name.
+/// The options stay owned by the tree.
+std::vector<const ClArg *> ClHelpOptions(const ClParser &Root);
+
+/// Writes "Available command line options:" and the help entries of
+/// ClHelpOptions(Root), each followed by a line feed.
 void ClPrintHelp(std::ostream &Out, const ClParser &Root);
 
 #endif

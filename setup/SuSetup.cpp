@@ -191,10 +191,11 @@ class SuDoItContinuation : public SuContinuation {
 public:
   SuDoItContinuation(const ClLine &CommandLine, SuConcreteSetup &TheSetup,
                      std::uint32_t Kind, std::string UsageText,
-                     std::uint8_t Flag, ClCommandFileArg *CommandFileArg)
+                     std::uint8_t Flag, ClCommandFileArg *CommandFileArg,
+                     std::function<void(const ClParser &)> Visitor)
       : Line(CommandLine), Setup(TheSetup), ToolKind(Kind),
         Usage(std::move(UsageText)), FirstFlag(Flag),
-        CommandFile(CommandFileArg),
+        CommandFile(CommandFileArg), OptionTableVisitor(std::move(Visitor)),
         DiagnosticsTables(0, "diagnostics_tables", "file|directory",
                           "Dump diagnostic message tables to file"),
         Mfc(0, "mfc", "Enable multiple file compilation"),
@@ -222,6 +223,7 @@ private:
   std::string Usage;
   std::uint8_t FirstFlag;
   ClCommandFileArg *CommandFile;
+  std::function<void(const ClParser &)> OptionTableVisitor;
   ClStringArg DiagnosticsTables;
   ClFlagArg Mfc;
   ClStringArg DistributeMfc;
@@ -262,6 +264,10 @@ void SuDoItContinuation::Continue() {
   }
   if (CommandFile)
     Root.Add(std::make_unique<ClMultiVal<ClCommandFileArg>>(*CommandFile));
+  if (OptionTableVisitor) {
+    OptionTableVisitor(Root);
+    throw SuTerminate();
+  }
 
   WalkAndReport(Root);
 }
@@ -385,7 +391,8 @@ SuRunResult SuSetupRun(int Argc, char **Argv, SuToolOptions &ToolOptions,
       Console.SetSignOnSuppressed(true);
 
     SuDoItContinuation DoIt(Line, Setup, Config.ToolKind, Config.Usage,
-                            Config.FirstFlag, CommandFile.get());
+                            Config.FirstFlag, CommandFile.get(),
+                            Config.OptionTableVisitor);
     SuTargetSetupContinuation Target(ToolOptions, Setup, DoIt);
     std::vector<std::unique_ptr<SuSetupContinuation>> Links;
     SuContinuation *Next = &Target;

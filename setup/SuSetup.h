@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,6 +41,12 @@ struct SuRunConfiguration {
   /// Handed to the setup object when it is built (whether the tool accepts
   /// source files as positional arguments).
   std::uint8_t SecondFlag = 0;
+  /// When set, the setup run declares every option as usual, then hands the
+  /// finished parser tree to this function instead of reading the command
+  /// line, and answers that the tool does not go on. The tree and its options
+  /// live only for the length of the call. Documents that list the options
+  /// (the manual page, shell completion) are generated this way.
+  std::function<void(const ClParser &)> OptionTableVisitor;
 };
 
 /// The answer of the setup run: whether the tool goes on with its work, and

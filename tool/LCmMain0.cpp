@@ -107,20 +107,35 @@ private:
 
 } // namespace
 
-std::int32_t LCmMain0::Run(int Argc, char **Argv) {
+namespace {
+
+/// The console of the process, with the tool's application interface
+/// installed (once; later calls reuse it).
+MsConsole &ToolConsole() {
   MsConsole &Console = MsGetConsole();
   static LcConsoleApplicationInterface Interface(Console);
   if (Console.GetApplicationInterface() != &Interface)
     Console.SetApplicationInterface(&Interface);
+  return Console;
+}
 
-  LcSelectionRequest Request;
-  SetupSystem System(Request);
-  SuToolOptions Options;
+SuRunConfiguration RunConfiguration() {
   SuRunConfiguration Config;
   Config.ToolKind = 2;
   Config.CommandFileArg = new SuCommandFileArg;
   Config.Usage = UsageText;
-  SuRunResult Setup = SuSetupRun(Argc, Argv, Options, {&System}, Config);
+  return Config;
+}
+
+} // namespace
+
+std::int32_t LCmMain0::Run(int Argc, char **Argv) {
+  MsConsole &Console = ToolConsole();
+  LcSelectionRequest Request;
+  SetupSystem System(Request);
+  SuToolOptions Options;
+  SuRunResult Setup =
+      SuSetupRun(Argc, Argv, Options, {&System}, RunConfiguration());
   if (!Setup.Proceed)
     return Setup.Failed ? 2 : 0;
 
@@ -132,4 +147,17 @@ std::int32_t LCmMain0::Run(int Argc, char **Argv) {
     // skipped and the exit status is the console's.
   }
   return Console.Summary(Summary);
+}
+
+void LCmMain0::VisitOptionTable(
+    const std::function<void(const ClParser &)> &Visit) {
+  ToolConsole();
+  LcSelectionRequest Request;
+  SetupSystem System(Request);
+  SuToolOptions Options;
+  SuRunConfiguration Config = RunConfiguration();
+  Config.OptionTableVisitor = Visit;
+  char Program[] = "chksel";
+  char *Argv[] = {Program, nullptr};
+  SuSetupRun(1, Argv, Options, {&System}, std::move(Config));
 }

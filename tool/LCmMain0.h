@@ -4,12 +4,23 @@
 
 #include "setup/SuMain.h"
 
+#include <functional>
+
+class ClParser;
+
 /// The tool's main object: declares the command line, lets the framework
 /// parse it, works out the manifest and output paths, runs the selection and
 /// answers the console's exit status. Prints nothing when all goes well.
 class LCmMain0 : public SuMain {
 public:
   std::int32_t Run(int Argc, char **Argv) override;
+
+  /// Declares the whole command line exactly as Run does (the framework's,
+  /// the console's and the tool's options) and hands the parser tree to
+  /// Visit, without reading any argument or file. The tree is valid only
+  /// during the call.
+  static void
+  VisitOptionTable(const std::function<void(const ClParser &)> &Visit);
 };
 
 #endif

@@ -172,6 +172,27 @@ TEST(ClPrintHelp, DebugOnlyAndRemovedOptionsAreLeftOut) {
                            "file\n");
 }
 
+/// The options the listing shows, as objects: the same selection and order.
+TEST(ClHelpOptions, SameSelectionAndOrderAsTheListing) {
+  ClAny Root;
+  ClFlagArg Gamma(0, "gamma", "Third");
+  ClFlagArg Alpha(0, "Alpha", "First");
+  ClFlagArg Hidden(0, "hidden", "Hidden");
+  Hidden.SetDebugOnly();
+  ClFlagArg Gone(0, "gone", "Gone");
+  Gone.SetRemoved();
+  ClCommandFileArg File('f', "", "file", "Read");
+  Root.Add(std::make_unique<ClOnce>(Gamma));
+  Root.Add(std::make_unique<ClOnce>(Hidden));
+  Root.Add(std::make_unique<ClOnce>(File));
+  auto &Inner = Root.Add(std::make_unique<ClOnlyOne>());
+  Inner.Add(std::make_unique<ClOnce>(Alpha));
+  Inner.Add(std::make_unique<ClOnce>(Gone));
+  EXPECT_EQ(ClHelpOptions(Root),
+            (std::vector<const ClArg *>{&Alpha, &Gamma, &File}));
+  EXPECT_TRUE(ClHelpOptions(ClAny()).empty());
+}
+
 TEST(ClPrintHelp, ListingStartsAtColumnZeroOfItsOwnBuffer) {
   ClAny Root;
   Root.Add(std::make_unique<ClOnce>(

@@ -5,29 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <set>
-#include <sstream>
 
 using namespace e2e;
 namespace fs = std::filesystem;
 
 namespace {
-
-/// The make program found on PATH, empty when there is none.
-std::string FindMake() {
-  const char *Path = std::getenv("PATH");
-  std::stringstream Folders(Path ? Path : "/usr/bin:/bin");
-  std::string Folder;
-  while (std::getline(Folders, Folder, ':')) {
-    fs::path Candidate = fs::path(Folder.empty() ? "." : Folder) / "make";
-    std::error_code Error;
-    if (fs::is_regular_file(Candidate, Error))
-      return Candidate.string();
-  }
-  return std::string();
-}
 
 class DependenciesTest : public ::testing::Test {
 protected:
@@ -61,7 +45,7 @@ protected:
   }
 
   TempDir Dir;
-  std::string MakeProgram = FindMake();
+  std::string MakeProgram = FindProgram("make");
 };
 
 //===----------------------------------------------------------------------===//

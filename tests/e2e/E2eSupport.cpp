@@ -9,12 +9,15 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 extern char **environ;
@@ -102,7 +105,68 @@ std::string DumpedTables() {
   return ReadFile(Fresh.Path("t.txt"));
 }
 
+std::vector<std::string> SplitLines(const std::string &Text) {
+  std::vector<std::string> Lines;
+  std::stringstream In(Text);
+  std::string Line;
+  while (std::getline(In, Line))
+    Lines.push_back(Line);
+  return Lines;
+}
+
 std::string ChkselPath() { return CHKSEL_BINARY; }
+
+std::string FindProgram(const std::string &Name) {
+  const char *Path = std::getenv("PATH");
+  std::stringstream Folders(Path ? Path : "/usr/bin:/bin");
+  std::string Folder;
+  while (std::getline(Folders, Folder, ':')) {
+    std::filesystem::path Candidate =
+        std::filesystem::path(Folder.empty() ? "." : Folder) / Name;
+    std::error_code Error;
+    if (std::filesystem::is_regular_file(Candidate, Error) &&
+        access(Candidate.c_str(), X_OK) == 0)
+      return Candidate.string();
+  }
+  return std::string();
+}
+
+std::string SourcePath(const std::string &Relative) {
+  return (std::filesystem::path(CHKSEL_SOURCE_DIR) / Relative).string();
+}
+
+std::string BuildPath(const std::string &Relative) {
+  return (std::filesystem::path(CHKSEL_BUILD_DIR) / Relative).string();
+}
+
+std::string CMakeProgram() { return CHKSEL_CMAKE; }
+std::string CPackProgram() { return CHKSEL_CPACK; }
+
+long long ModifiedNs(const std::string &Path) {
+  struct stat Status;
+  if (stat(Path.c_str(), &Status) != 0)
+    throw std::runtime_error("cannot stat " + Path);
+  return static_cast<long long>(Status.st_mtim.tv_sec) * 1000000000LL +
+         Status.st_mtim.tv_nsec;
+}
+
+void TouchAfter(const std::string &Path, const std::string &Reference) {
+  // File times come from a clock that may lag the real-time clock by a tick;
+  // ten milliseconds clear of the reference is newer on every file system
+  // with sub-second times.
+  const long long Wanted = ModifiedNs(Reference) + 10000000LL;
+  timespec Now{};
+  for (;;) {
+    clock_gettime(CLOCK_REALTIME, &Now);
+    if (static_cast<long long>(Now.tv_sec) * 1000000000LL + Now.tv_nsec >
+        Wanted)
+      break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  const timespec Times[2] = {Now, Now};
+  if (utimensat(AT_FDCWD, Path.c_str(), Times, 0) != 0)
+    throw std::runtime_error("cannot touch " + Path);
+}
 
 namespace {
 

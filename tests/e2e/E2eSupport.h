@@ -112,6 +112,25 @@ std::string ChkselPath();
 std::string ReadFile(const std::string &Path);
 void WriteFile(const std::string &Path, const std::string &Bytes);
 bool Exists(const std::string &Path);
+/// The lines of Text, without their line feeds.
+std::vector<std::string> SplitLines(const std::string &Text);
+
+/// The full path of the program Name found on PATH, empty when there is none.
+std::string FindProgram(const std::string &Name);
+
+/// Relative inside the source tree, and inside the build tree.
+std::string SourcePath(const std::string &Relative);
+std::string BuildPath(const std::string &Relative);
+/// The cmake and cpack programs the build tree was configured with.
+std::string CMakeProgram();
+std::string CPackProgram();
+
+/// The modification time of Path in nanoseconds.
+long long ModifiedNs(const std::string &Path);
+/// Sets the modification time of Path to the current time, after waiting
+/// until the clock is clearly past the modification time of Reference, so
+/// that Path is newer than Reference even on coarse file clocks.
+void TouchAfter(const std::string &Path, const std::string &Reference);
 
 /// Every name in Folder (none when it cannot be read).
 std::set<std::string> NamesIn(const std::string &Folder);

@@ -5,6 +5,7 @@
 #include "setup/SuSetup.h"
 #include "setup/SuCommandFileArg.h"
 
+#include "cmdline/ClHelp.h"
 #include "console/MsConsole.h"
 #include "general/GeInternalFailure.h"
 
@@ -66,9 +67,11 @@ private:
 };
 
 /// Runs a setup run over Arguments (program name first) and writes the log
-/// and the result to standard error.
+/// and the result to standard error. With Visit, the run hands the option
+/// table to a visitor that logs the names of its options.
 [[noreturn]] void RunAndReport(std::vector<std::string> Arguments,
-                               bool AskParser = false, bool AskLinker = false) {
+                               bool AskParser = false, bool AskLinker = false,
+                               bool Visit = false) {
   GeSetInternalFailureHandler(&PrintAndExit);
   std::string Log;
   RecordingSystem First("first", Log);
@@ -82,6 +85,13 @@ private:
   Argv.push_back(nullptr);
   SuRunConfiguration Config;
   Config.Usage = "<NoSignOn>usage\n";
+  if (Visit)
+    Config.OptionTableVisitor = [&Log](const ClParser &Root) {
+      Log += "visit";
+      for (const ClArg *Arg : ClHelpOptions(Root))
+        Log += " " + Arg->DisplayName();
+      Log += "; ";
+    };
   SuRunResult Result =
       SuSetupRun(static_cast<int>(Arguments.size()), Argv.data(), Options,
                  {&First, &Second}, Config);
@@ -108,6 +118,19 @@ TEST(SuSetupRunTest, HelpEndsTheRunWithSuccess) {
   EXPECT_EXIT(RunAndReport({"prog", "--help"}), ::testing::ExitedWithCode(0),
               "setup first; setup second; options; proceed 0 failed 0 "
               "program prog\n$");
+}
+
+/// Handed to a visitor, the option table is not read against the command
+/// line: the unknown option is not reported, and the tool does not go on.
+TEST(SuSetupRunTest, OptionTableVisitorInsteadOfTheParse) {
+  EXPECT_EXIT(
+      RunAndReport({"prog", "--nope"}, false, false, true),
+      ::testing::ExitedWithCode(0),
+      "^setup first; setup second; options; visit --dependencies "
+      "--diagnostics_tables --diag_error --diag_remark --diag_suppress "
+      "--diag_warning --error_limit --no_warnings --no_wrap_diagnostics "
+      "--only_stdout --remarks --silent --warnings_affect_exit_code "
+      "--warnings_are_errors; proceed 0 failed 0 program prog\n$");
 }
 
 TEST(SuSetupRunTest, ParserStateIsAnInternalFailureInThisTool) {
