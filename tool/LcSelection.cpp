@@ -388,18 +388,30 @@ LcCaselessText::LcCaselessText(std::string_view Original,
     ++Sharing[static_cast<unsigned char>(Mapped)];
   // Byte I is compared by word when the bytes equal to it through the table
   // are just itself, or itself and its partner in bit 5.
-  Fold.resize(Text.size());
-  Pattern.resize(Text.size());
-  ByWords = true;
-  for (std::size_t I = 0; I < Text.size() && ByWords; ++I) {
+  const std::size_t Size = Text.size();
+  Fold.resize(Size);
+  Pattern.resize(Size);
+  bool Words = true;
+  for (std::size_t I = 0; I < Size && Words; ++I) {
     auto Byte = static_cast<unsigned char>(Text[I]);
     auto Partner = static_cast<unsigned char>(Byte ^ 0x20);
     bool PartnerEqual = Table[Partner] == Table[Byte];
-    ByWords = Sharing[static_cast<unsigned char>(Table[Byte])] ==
-              (PartnerEqual ? 2 : 1);
+    Words = Sharing[static_cast<unsigned char>(Table[Byte])] ==
+            (PartnerEqual ? 2 : 1);
     unsigned char Case = PartnerEqual ? 0x20 : 0x00;
     Fold[I] = static_cast<char>(Case);
     Pattern[I] = static_cast<char>(Byte | Case);
+  }
+  if (!Words || Size < 4)
+    return;
+  if (Size < 8) {
+    Way = ByHalfWords;
+    Head = PieceAt<std::uint32_t>(0);
+    Tail = PieceAt<std::uint32_t>(Size - 4);
+  } else {
+    Way = ByWords;
+    Head = PieceAt<std::uint64_t>(0);
+    Tail = PieceAt<std::uint64_t>(Size - 8);
   }
 }
 
