@@ -598,7 +598,7 @@ inline void LcManifestReader::MaskBlock(SkimBlock &B, std::size_t At,
   if (Fresh) {
     // At starts a line: the byte before it, if any, is a "\n".
     B.PrevNewline = Top;
-    B.PrevEquals = B.PrevReturn = 0;
+    B.PrevEquals = 0;
     for (std::size_t K = 0; K < N; ++K)
       B.PrevStarts[K] = 0;
   } else {
@@ -609,21 +609,27 @@ inline void LcManifestReader::MaskBlock(SkimBlock &B, std::size_t At,
   Kernel::template Classify<N>(Buffer.get() + At, Initials, Masks);
   std::uint64_t Newline = Masks.Newline;
   std::uint64_t Equals = Masks.Equals;
-  std::uint64_t Return = Masks.Return;
   if (RegionEnd - At < LcMaskBlockSize) {
     // Bytes past the whole lines read are left out.
     std::uint64_t Valid = (std::uint64_t(1) << (RegionEnd - At)) - 1;
     Newline &= Valid;
     Equals &= Valid;
-    Return &= Valid;
   }
   std::uint64_t Starts = Newline << 1 | B.PrevNewline >> 63;
   // A line is empty when the byte before its "\n" is a "\n", or a "\r" with
-  // a "\n" before it (one "\r" is dropped from a line end).
-  std::uint64_t Empty =
-      Newline & (Newline << 1 | B.PrevNewline >> 63 |
-                 ((Return << 1 | B.PrevReturn >> 63) &
-                  (Newline << 2 | B.PrevNewline >> 62)));
+  // a "\n" before it (one "\r" is dropped from a line end). Lines of one
+  // byte are rare, so the byte between two "\n" one byte apart is looked at
+  // directly rather than classified in every block. It lies in this block or
+  // is the last byte of the one before (a fresh block has no "\n" two bytes
+  // before it).
+  std::uint64_t Empty = Newline & Starts;
+  for (std::uint64_t Gaps =
+           Newline & (Newline << 2 | B.PrevNewline >> 62) & ~Starts;
+       Gaps != 0; Gaps &= Gaps - 1) {
+    unsigned Bit = LowestBit(Gaps);
+    if (Buffer[At + Bit - 1] == '\r')
+      Empty |= std::uint64_t(1) << Bit;
+  }
   // A candidate is an "=" a probe's key length after the start of a line
   // that begins with the probe's initial.
   std::uint64_t Candidates = 0;
@@ -636,7 +642,6 @@ inline void LcManifestReader::MaskBlock(SkimBlock &B, std::size_t At,
   B.Events = Empty | (Candidates & Equals);
   B.Newline = Newline;
   B.Equals = Equals;
-  B.PrevReturn = Return;
   B.At = At;
   B.Valid = true;
 }
