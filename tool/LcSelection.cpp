@@ -505,38 +505,40 @@ bool LcRecordSelector::MatchesRequested(std::string_view Value) const {
   return false;
 }
 
-bool LcRecordSelector::Select(const LcRecord &Record,
-                              std::string_view &Name) const {
+template <LcSelectionMode M>
+bool LcRecordSelector::SelectIn(const LcRecord &Record,
+                                std::string_view &Name) const {
+  constexpr bool ByPackage = M == LcSelectionMode::DefaultChecksOfPackages ||
+                             M == LcSelectionMode::ChecksOfPackages;
   std::string_view Pending;
   bool Selected = false;
   for (const LcAttribute &Attribute : Record) {
     std::string_view Key = Attribute.Key();
     std::string_view Value = Attribute.Value();
     // Keys of other lengths are equal to none of the keys the rules read.
+    // TryPackage, TryGroup and TryDefault are set only in the modes that
+    // use those keys, which lets each mode's rules drop the others.
     switch (Key.size()) {
     case CheckNameKey.size():
       if (Keys[CheckNameIndex].Matches(Key)) {
         Pending = Value;
-        if (Mode == LcSelectionMode::AllChecks)
+        if (M == LcSelectionMode::AllChecks)
           Selected = true;
-        else if (Mode == LcSelectionMode::NamedChecks &&
-                 MatchesRequested(Value))
+        else if (M == LcSelectionMode::NamedChecks && MatchesRequested(Value))
           Selected = true;
       }
       break;
     case PackageKey.size():
-      if (TryPackage && Keys[PackageIndex].Matches(Key)) {
-        if (Mode == LcSelectionMode::DefaultChecksOfPackages ||
-            Mode == LcSelectionMode::ChecksOfPackages) {
-          if (MatchesRequested(Value))
-            Selected = true;
-          // A default check of an unrequested package is dropped, unless an
-          // earlier attribute has already selected it.
-          if (Mode == LcSelectionMode::DefaultChecksOfPackages && !Selected)
-            return false;
-        }
-      } else if (TryDefault && Keys[DefaultIndex].Matches(Key)) {
-        if (Mode == LcSelectionMode::DefaultChecksOfPackages && On.Matches(Value))
+      if (ByPackage && TryPackage && Keys[PackageIndex].Matches(Key)) {
+        if (MatchesRequested(Value))
+          Selected = true;
+        // A default check of an unrequested package is dropped, unless an
+        // earlier attribute has already selected it.
+        if (M == LcSelectionMode::DefaultChecksOfPackages && !Selected)
+          return false;
+      } else if (M == LcSelectionMode::DefaultChecksOfPackages && TryDefault &&
+                 Keys[DefaultIndex].Matches(Key)) {
+        if (On.Matches(Value))
           Selected = true;
       } else if (TryVisible && Keys[VisibleIndex].Matches(Key)) {
         if (No.Matches(Value))
@@ -544,8 +546,9 @@ bool LcRecordSelector::Select(const LcRecord &Record,
       }
       break;
     case GroupKey.size():
-      if (TryGroup && Keys[GroupIndex].Matches(Key)) {
-        if (Mode == LcSelectionMode::ChecksOfGroups && MatchesRequested(Value))
+      if (M == LcSelectionMode::ChecksOfGroups && TryGroup &&
+          Keys[GroupIndex].Matches(Key)) {
+        if (MatchesRequested(Value))
           Selected = true;
       }
       break;
@@ -557,6 +560,25 @@ bool LcRecordSelector::Select(const LcRecord &Record,
     return false;
   Name = Pending;
   return true;
+}
+
+bool LcRecordSelector::Select(const LcRecord &Record,
+                              std::string_view &Name) const {
+  // The rules are compiled once per mode, so that the mode is not tested
+  // again for every attribute.
+  switch (Mode) {
+  case LcSelectionMode::AllChecks:
+    return SelectIn<LcSelectionMode::AllChecks>(Record, Name);
+  case LcSelectionMode::NamedChecks:
+    return SelectIn<LcSelectionMode::NamedChecks>(Record, Name);
+  case LcSelectionMode::DefaultChecksOfPackages:
+    return SelectIn<LcSelectionMode::DefaultChecksOfPackages>(Record, Name);
+  case LcSelectionMode::ChecksOfGroups:
+    return SelectIn<LcSelectionMode::ChecksOfGroups>(Record, Name);
+  case LcSelectionMode::ChecksOfPackages:
+    return SelectIn<LcSelectionMode::ChecksOfPackages>(Record, Name);
+  }
+  return false;
 }
 
 void LcSelectRecords(LcManifestReader &Reader, const LcRecordSelector &Selector,

@@ -155,6 +155,9 @@ public:
 
 private:
   bool MatchesRequested(std::string_view Value) const;
+  /// Select for M, which is the selector's mode.
+  template <LcSelectionMode M>
+  bool SelectIn(const LcRecord &Record, std::string_view &Name) const;
 
   LcSelectionMode Mode;
   const std::vector<std::string> &Requested;
