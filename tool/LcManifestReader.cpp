@@ -152,44 +152,35 @@ void LcManifestReader::SetKeyFilter(const LcKeyFilter &NewFilter) {
                 "skimming carries line starts one block on");
   if (Filter.All || !Filter.Long.empty())
     return;
-  // One probe per key length and initial: the masks match initials
-  // regardless of bit 5, and each candidate line is then tested exactly.
+  // One probe per key length. A length kept for one initial (both cases of
+  // a letter count as one) is probed for it: the masks match initials
+  // regardless of bit 5, and each candidate line is then tested exactly. A
+  // length kept for several initials is probed for any initial: one probe
+  // costs more over every block than the few candidates it lets through
+  // whose key the filter then turns down.
   std::size_t Count = 0;
-  std::size_t Lengths = 0;
-  bool Fits = true;
   for (unsigned Length = 1; Length < LcKeyFilter::ShortKeys; ++Length) {
     const std::bitset<256> &Kept = Filter.Short[Length];
     if (Kept.none())
       continue;
-    ++Lengths;
-    for (unsigned Byte = 0; Byte < 256 && Fits; ++Byte) {
+    if (Count == MaxProbes)
+      return;
+    int Folded = -1;
+    bool Several = false;
+    for (unsigned Byte = 0; Byte < 256 && !Several; ++Byte) {
       if (!Kept[Byte])
         continue;
-      auto Folded = static_cast<unsigned char>(Byte | 0x20);
-      std::size_t K = 0;
-      while (K != Count &&
-             !(Probes[K].Length == Length && Initials.Folded[K] == Folded))
-        ++K;
-      if (K != Count)
-        continue;
-      if (Count == MaxProbes) {
-        Fits = false;
-        break;
-      }
-      Probes[Count] = SkimProbe{Length, 0};
-      Initials.Folded[Count++] = Folded;
+      int ByteFolded = static_cast<int>(Byte | 0x20);
+      Several = Folded >= 0 && Folded != ByteFolded;
+      Folded = ByteFolded;
     }
-  }
-  if (!Fits) {
-    // Too many initials: one probe per length, for any initial.
-    if (Lengths > MaxProbes)
-      return;
-    Count = 0;
-    for (unsigned Length = 1; Length < LcKeyFilter::ShortKeys; ++Length)
-      if (Filter.Short[Length].any()) {
-        Probes[Count] = SkimProbe{Length, ~std::uint64_t(0)};
-        Initials.Folded[Count++] = 0x20;
-      }
+    if (Several) {
+      Probes[Count] = SkimProbe{Length, ~std::uint64_t(0)};
+      Initials.Folded[Count++] = 0x20;
+    } else {
+      Probes[Count] = SkimProbe{Length, 0};
+      Initials.Folded[Count++] = static_cast<unsigned char>(Folded);
+    }
   }
   // A filter that keeps nothing is left to the line-by-line reading.
   if (Count == 0)
