@@ -48,12 +48,10 @@ stack_t PreviousAltStack;
 bool AltStackReplaced = false;
 void *AltStackMemory = nullptr;
 
-// Handler state. The handler reads the armed target and the stack bounds and
-// writes the recorded fault; the guard reads the fault after the jump.
+// Handler state. The handler reads the armed target and records what the
+// signal tells of the fault; the guard classifies it after the jump.
 sigjmp_buf *volatile ArmedJump = nullptr;
-SuStackBounds ArmedStack;
-SuProcessorFault RecordedFault;
-volatile std::uintptr_t RecordedStackPointer = 0;
+SuSignalFacts RecordedFacts;
 
 void WriteAll(const char *Text, std::size_t Length) {
   while (Length > 0) {
@@ -114,11 +112,15 @@ void OnFaultSignal(int Signal, siginfo_t *Info, void *Context) {
   Facts.SignalCode = Info->si_code;
   Facts.DataAddress = reinterpret_cast<std::uintptr_t>(Info->si_addr);
   ReadContext(Context, Facts);
-  RecordedFault = SuClassifySignal(Facts, ArmedStack);
-  RecordedStackPointer = Facts.StackPointer;
+  RecordedFacts = Facts;
   siglongjmp(*Jump, 1);
 }
 
+/// The bounds of the calling thread's stack. For the main thread the C
+/// library finds them in /proc/self/maps, which costs a file read: they are
+/// asked for only once a fault has been caught, back on the guard's stack,
+/// never while arming a guard. They do not depend on how far the stack has
+/// grown, so asking late gives what asking early would have.
 SuStackBounds CurrentStackBounds() {
   SuStackBounds Bounds;
   pthread_attr_t Attributes;
@@ -168,11 +170,12 @@ void RestoreAltStack() {
 /// AddressSanitizer poisoning of their locals, since the jump left from the
 /// alternate stack where the sanitizer cannot clean up. Clears it for the
 /// stack below the guard's frame.
-void ClearAbandonedStackPoisoning(const void *GuardFrame) {
+void ClearAbandonedStackPoisoning(const void *GuardFrame,
+                                  const SuStackBounds &Stack) {
 #ifdef SU_ADDRESS_SANITIZER
   const auto Top = reinterpret_cast<std::uintptr_t>(GuardFrame);
-  std::uintptr_t Low = ArmedStack.Low;
-  const std::uintptr_t FaultSp = RecordedStackPointer;
+  std::uintptr_t Low = Stack.Low;
+  const std::uintptr_t FaultSp = RecordedFacts.StackPointer;
   if (FaultSp != 0 && FaultSp < Top && (Low == 0 || FaultSp < Low))
     Low = FaultSp > SuStackPointerWindow ? FaultSp - SuStackPointerWindow : 0;
   constexpr std::uintptr_t Largest = 512u * 1024 * 1024;
@@ -182,6 +185,7 @@ void ClearAbandonedStackPoisoning(const void *GuardFrame) {
                                 static_cast<std::size_t>(Top - Low));
 #else
   (void)GuardFrame;
+  (void)Stack;
 #endif
 }
 
@@ -189,21 +193,15 @@ void ClearAbandonedStackPoisoning(const void *GuardFrame) {
 /// enclosing guard (if any) its target back at the end.
 class Arming {
 public:
-  explicit Arming(sigjmp_buf &Jump)
-      : PreviousJump(ArmedJump), PreviousStack(ArmedStack) {
-    ArmedStack = CurrentStackBounds();
+  explicit Arming(sigjmp_buf &Jump) : PreviousJump(ArmedJump) {
     ArmedJump = &Jump;
   }
-  ~Arming() {
-    ArmedJump = PreviousJump;
-    ArmedStack = PreviousStack;
-  }
+  ~Arming() { ArmedJump = PreviousJump; }
   Arming(const Arming &) = delete;
   Arming &operator=(const Arming &) = delete;
 
 private:
   sigjmp_buf *PreviousJump;
-  SuStackBounds PreviousStack;
 };
 
 bool IsStackOverflow(const SuSignalFacts &Facts, const SuStackBounds &Stack) {
@@ -310,8 +308,9 @@ bool SuRunUnderFaultGuard(int (*Body)(void *Context), void *Context,
   Arming Armed(Jump);
   if (sigsetjmp(Jump, 1) != 0) {
     // Back from the handler, which has disarmed this guard already.
-    ClearAbandonedStackPoisoning(__builtin_frame_address(0));
-    Fault = RecordedFault;
+    const SuStackBounds Stack = CurrentStackBounds();
+    ClearAbandonedStackPoisoning(__builtin_frame_address(0), Stack);
+    Fault = SuClassifySignal(RecordedFacts, Stack);
     return false;
   }
   Result = Body(Context);

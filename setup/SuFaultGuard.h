@@ -92,7 +92,7 @@ constexpr std::uintptr_t SuStackGuardRegion = 1024 * 1024;
 constexpr std::uintptr_t SuStackPointerWindow = 64 * 1024;
 
 /// Translates a fault signal into its processor fault. Pure and
-/// async-signal-safe: the signal handler calls it.
+/// async-signal-safe, so that a signal handler may call it.
 ///
 /// SIGSEGV and SIGBUS are access violations with the data address and the
 /// access kind, except a misaligned access (BUS_ADRALN, datatype

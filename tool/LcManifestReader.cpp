@@ -152,44 +152,35 @@ void LcManifestReader::SetKeyFilter(const LcKeyFilter &NewFilter) {
                 "skimming carries line starts one block on");
   if (Filter.All || !Filter.Long.empty())
     return;
-  // One probe per key length and initial: the masks match initials
-  // regardless of bit 5, and each candidate line is then tested exactly.
+  // One probe per key length. A length kept for one initial (both cases of
+  // a letter count as one) is probed for it: the masks match initials
+  // regardless of bit 5, and each candidate line is then tested exactly. A
+  // length kept for several initials is probed for any initial: one probe
+  // costs more over every block than the few candidates it lets through
+  // whose key the filter then turns down.
   std::size_t Count = 0;
-  std::size_t Lengths = 0;
-  bool Fits = true;
   for (unsigned Length = 1; Length < LcKeyFilter::ShortKeys; ++Length) {
     const std::bitset<256> &Kept = Filter.Short[Length];
     if (Kept.none())
       continue;
-    ++Lengths;
-    for (unsigned Byte = 0; Byte < 256 && Fits; ++Byte) {
+    if (Count == MaxProbes)
+      return;
+    int Folded = -1;
+    bool Several = false;
+    for (unsigned Byte = 0; Byte < 256 && !Several; ++Byte) {
       if (!Kept[Byte])
         continue;
-      auto Folded = static_cast<unsigned char>(Byte | 0x20);
-      std::size_t K = 0;
-      while (K != Count &&
-             !(Probes[K].Length == Length && Initials.Folded[K] == Folded))
-        ++K;
-      if (K != Count)
-        continue;
-      if (Count == MaxProbes) {
-        Fits = false;
-        break;
-      }
-      Probes[Count] = SkimProbe{Length, 0};
-      Initials.Folded[Count++] = Folded;
+      int ByteFolded = static_cast<int>(Byte | 0x20);
+      Several = Folded >= 0 && Folded != ByteFolded;
+      Folded = ByteFolded;
     }
-  }
-  if (!Fits) {
-    // Too many initials: one probe per length, for any initial.
-    if (Lengths > MaxProbes)
-      return;
-    Count = 0;
-    for (unsigned Length = 1; Length < LcKeyFilter::ShortKeys; ++Length)
-      if (Filter.Short[Length].any()) {
-        Probes[Count] = SkimProbe{Length, ~std::uint64_t(0)};
-        Initials.Folded[Count++] = 0x20;
-      }
+    if (Several) {
+      Probes[Count] = SkimProbe{Length, ~std::uint64_t(0)};
+      Initials.Folded[Count++] = 0x20;
+    } else {
+      Probes[Count] = SkimProbe{Length, 0};
+      Initials.Folded[Count++] = static_cast<unsigned char>(Folded);
+    }
   }
   // A filter that keeps nothing is left to the line-by-line reading.
   if (Count == 0)
@@ -598,7 +589,7 @@ inline void LcManifestReader::MaskBlock(SkimBlock &B, std::size_t At,
   if (Fresh) {
     // At starts a line: the byte before it, if any, is a "\n".
     B.PrevNewline = Top;
-    B.PrevEquals = B.PrevReturn = 0;
+    B.PrevEquals = 0;
     for (std::size_t K = 0; K < N; ++K)
       B.PrevStarts[K] = 0;
   } else {
@@ -609,21 +600,27 @@ inline void LcManifestReader::MaskBlock(SkimBlock &B, std::size_t At,
   Kernel::template Classify<N>(Buffer.get() + At, Initials, Masks);
   std::uint64_t Newline = Masks.Newline;
   std::uint64_t Equals = Masks.Equals;
-  std::uint64_t Return = Masks.Return;
   if (RegionEnd - At < LcMaskBlockSize) {
     // Bytes past the whole lines read are left out.
     std::uint64_t Valid = (std::uint64_t(1) << (RegionEnd - At)) - 1;
     Newline &= Valid;
     Equals &= Valid;
-    Return &= Valid;
   }
   std::uint64_t Starts = Newline << 1 | B.PrevNewline >> 63;
   // A line is empty when the byte before its "\n" is a "\n", or a "\r" with
-  // a "\n" before it (one "\r" is dropped from a line end).
-  std::uint64_t Empty =
-      Newline & (Newline << 1 | B.PrevNewline >> 63 |
-                 ((Return << 1 | B.PrevReturn >> 63) &
-                  (Newline << 2 | B.PrevNewline >> 62)));
+  // a "\n" before it (one "\r" is dropped from a line end). Lines of one
+  // byte are rare, so the byte between two "\n" one byte apart is looked at
+  // directly rather than classified in every block. It lies in this block or
+  // is the last byte of the one before (a fresh block has no "\n" two bytes
+  // before it).
+  std::uint64_t Empty = Newline & Starts;
+  for (std::uint64_t Gaps =
+           Newline & (Newline << 2 | B.PrevNewline >> 62) & ~Starts;
+       Gaps != 0; Gaps &= Gaps - 1) {
+    unsigned Bit = LowestBit(Gaps);
+    if (Buffer[At + Bit - 1] == '\r')
+      Empty |= std::uint64_t(1) << Bit;
+  }
   // A candidate is an "=" a probe's key length after the start of a line
   // that begins with the probe's initial.
   std::uint64_t Candidates = 0;
@@ -636,7 +633,6 @@ inline void LcManifestReader::MaskBlock(SkimBlock &B, std::size_t At,
   B.Events = Empty | (Candidates & Equals);
   B.Newline = Newline;
   B.Equals = Equals;
-  B.PrevReturn = Return;
   B.At = At;
   B.Valid = true;
 }

@@ -245,8 +245,7 @@ private:
   /// The block being skimmed, valid while Valid is set: it starts at At;
   /// Events holds its empty lines (their "\n") and candidate "=" signs;
   /// Newline and Equals are its masks, PrevNewline and PrevEquals those of
-  /// the block before it; PrevReturn and PrevStarts carry what the next
-  /// block needs.
+  /// the block before it; PrevStarts carries what the next block needs.
   struct SkimBlock {
     // Each mask sits apart from its predecessor, so that copying one to the
     // other is never merged into one wide move, which reloading the single
@@ -254,7 +253,6 @@ private:
     std::uint64_t Newline = 0;
     std::uint64_t Events = 0;
     std::uint64_t PrevNewline = 0;
-    std::uint64_t PrevReturn = 0;
     std::uint64_t Equals = 0;
     std::size_t At = 0;
     std::uint64_t PrevEquals = 0;

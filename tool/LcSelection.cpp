@@ -5,7 +5,6 @@
 #include "console/MsConsole.h"
 #include "console/MsMessages.h"
 #include "console/MsOutputStream.h"
-#include "tool/CoutSink.h"
 #include "tool/LcManifestReader.h"
 #include "tool/LcMessages.h"
 
@@ -18,6 +17,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <istream>
 #include <iterator>
 #include <locale>
@@ -37,8 +37,8 @@ namespace {
 /// Set once any pass has opened the output; later passes append.
 bool OutputOpenedFlag = false;
 
-constexpr std::streamsize OutputBufferSize = 64 * 1024;
-/// Selected names are handed to the output stream in pieces of this size.
+/// Selected names are gathered into pieces of this size before they are
+/// written.
 constexpr std::size_t OutputChunkSize = 64 * 1024;
 
 /// Reports that writing the output Path failed and stops the run.
@@ -48,47 +48,134 @@ constexpr std::size_t OutputChunkSize = 64 * 1024;
   throw MsConsoleException();
 }
 
-/// The output of one pass: a stream on standard output or on the output
-/// file, held for the length of the pass.
+/// Closes a descriptor it owns.
+class Descriptor {
+public:
+  Descriptor() = default;
+  explicit Descriptor(int Handle) : Fd(Handle) {}
+  Descriptor(Descriptor &&Other) noexcept : Fd(std::exchange(Other.Fd, -1)) {}
+  Descriptor &operator=(Descriptor &&Other) noexcept {
+    std::swap(Fd, Other.Fd);
+    return *this;
+  }
+  Descriptor(const Descriptor &) = delete;
+  Descriptor &operator=(const Descriptor &) = delete;
+  ~Descriptor() {
+    if (Fd >= 0)
+      ::close(Fd);
+  }
+  int Get() const { return Fd; }
+  bool IsOpen() const { return Fd >= 0; }
+  /// Gives the descriptor up without closing it.
+  int Release() { return std::exchange(Fd, -1); }
+
+private:
+  int Fd = -1;
+};
+
+/// Writes Size bytes of Data to Handle, through short writes and
+/// interruptions; answers whether all were written.
+bool WriteFully(int Handle, const char *Data, std::size_t Size) {
+  while (Size > 0) {
+    const ssize_t Written = ::write(Handle, Data, Size);
+    if (Written < 0) {
+      if (errno == EINTR)
+        continue;
+      return false;
+    }
+    Data += Written;
+    Size -= static_cast<std::size_t>(Written);
+  }
+  return true;
+}
+
+/// Where a pass writes its pieces of names: Write(Context, Data, Size)
+/// writes them all and answers false once the output has failed.
+struct NameSink {
+  bool (*Write)(void *Context, const char *Data, std::size_t Size);
+  void *Context;
+};
+
+/// Gathers the selected names of a pass, each followed by "\n", in a buffer
+/// of its own and hands them to a sink in pieces of about OutputChunkSize
+/// bytes; a name too long for a piece goes to the sink by itself.
+class NameWriter {
+public:
+  explicit NameWriter(NameSink Target)
+      : Sink(Target), Chunk(new char[OutputChunkSize]) {}
+
+  /// Adds Name and "\n"; answers false once the output has failed.
+  bool Add(std::string_view Name) {
+    const std::size_t Size = Name.size();
+    if (Used + Size >= OutputChunkSize) {
+      if (!Flush())
+        return false;
+      if (Size >= OutputChunkSize)
+        return Sink.Write(Sink.Context, Name.data(), Size) &&
+               Sink.Write(Sink.Context, "\n", 1);
+    }
+    std::memcpy(Chunk.get() + Used, Name.data(), Size);
+    Chunk[Used + Size] = '\n';
+    Used += Size + 1;
+    return true;
+  }
+
+  /// Writes what has been gathered; answers false once the output has
+  /// failed.
+  bool Flush() {
+    if (Used != 0)
+      Good = Sink.Write(Sink.Context, Chunk.get(), std::exchange(Used, 0));
+    return Good;
+  }
+
+private:
+  NameSink Sink;
+  std::unique_ptr<char[]> Chunk;
+  std::size_t Used = 0;
+  /// Whether every write so far succeeded.
+  bool Good = true;
+};
+
+/// A sink on a stream: the stream's own state tells whether it failed.
+bool WriteToStream(void *Context, const char *Data, std::size_t Size) {
+  auto &Out = *static_cast<std::ostream *>(Context);
+  Out.write(Data, static_cast<std::streamsize>(Size));
+  return static_cast<bool>(Out);
+}
+
+/// The output of one pass, held for the length of the pass: standard output
+/// for "-", written through std::cout so that it follows whatever the
+/// program wrote there before, or else the output file, written straight to
+/// its descriptor. Every write is checked to the last byte.
 class PassOutput {
 public:
-  /// Opens OutputPath; reports Lc002 and throws MsConsoleException on
-  /// failure.
+  /// Opens OutputPath: truncated the first time any pass opens the output
+  /// in this process, appended to afterwards. Reports Lc002 and throws
+  /// MsConsoleException on failure.
   explicit PassOutput(const std::string &OutputPath) : Path(OutputPath) {
-    if (Path == "-") {
-      Console = std::make_shared<boost::iostreams::stream<CoutSink>>();
-      Console->open(CoutSink(), OutputBufferSize);
-      Out = Console.get();
-    } else {
-      File = std::make_shared<
-          boost::iostreams::stream<boost::iostreams::file_descriptor_sink>>();
-      std::ios_base::openmode Mode =
-          std::ios_base::out | std::ios_base::binary |
-          (OutputOpenedFlag ? std::ios_base::app : std::ios_base::trunc);
-      try {
-        File->open(boost::iostreams::file_descriptor_sink(Path, Mode),
-                   OutputBufferSize);
-      } catch (const std::ios_base::failure &) {
+    if (Path != "-") {
+      // As an output file stream opens it: created when missing, with
+      // permissions 0666 less the umask.
+      const int Flags =
+          O_WRONLY | O_CREAT | (OutputOpenedFlag ? O_APPEND : O_TRUNC);
+      File = Descriptor(::open(Path.c_str(), Flags, 0666));
+      if (!File.IsOpen()) {
         LcReport(LcMsgCouldNotOpen, Path);
         throw MsConsoleException();
       }
-      Out = File.get();
     }
     OutputOpenedFlag = true;
   }
 
-  std::ostream &Stream() { return *Out; }
+  NameSink Sink() { return NameSink{&PassOutput::Write, this}; }
 
   /// Flushes and closes the output; reports Ms004 and throws
   /// MsConsoleException when a write, the flush or the close failed.
   void Finish() {
-    bool Good = static_cast<bool>(Out->flush());
-    try {
-      if (File)
-        File->close();
-      else
-        Console->close();
-    } catch (const std::ios_base::failure &) {
+    if (File.IsOpen()) {
+      if (::close(File.Release()) != 0)
+        Good = false;
+    } else if (!std::cout.flush()) {
       Good = false;
     }
     if (!Good)
@@ -96,48 +183,19 @@ public:
   }
 
 private:
+  static bool Write(void *Context, const char *Data, std::size_t Size) {
+    auto &Output = *static_cast<PassOutput *>(Context);
+    if (Output.File.IsOpen())
+      Output.Good = WriteFully(Output.File.Get(), Data, Size);
+    else
+      Output.Good = WriteToStream(&std::cout, Data, Size);
+    return Output.Good;
+  }
+
   std::string Path;
-  std::shared_ptr<boost::iostreams::stream<CoutSink>> Console;
-  std::shared_ptr<
-      boost::iostreams::stream<boost::iostreams::file_descriptor_sink>>
-      File;
-  std::ostream *Out = nullptr;
-};
-
-/// Gathers the selected names of a pass, each followed by "\n", and writes
-/// them to the output stream in pieces of about OutputChunkSize bytes.
-class NameWriter {
-public:
-  explicit NameWriter(std::ostream &Stream) : Out(Stream) {
-    Chunk.reserve(OutputChunkSize);
-  }
-
-  /// Adds Name and "\n"; answers false once the output has failed.
-  bool Add(std::string_view Name) {
-    if (Chunk.size() + Name.size() >= OutputChunkSize && !Flush())
-      return false;
-    if (Name.size() >= OutputChunkSize) {
-      Out.write(Name.data(), static_cast<std::streamsize>(Name.size()));
-      Out.put('\n');
-      return static_cast<bool>(Out);
-    }
-    Chunk.append(Name);
-    Chunk.push_back('\n');
-    return true;
-  }
-
-  /// Writes what has been gathered; answers false once the output has
-  /// failed.
-  bool Flush() {
-    if (!Chunk.empty())
-      Out.write(Chunk.data(), static_cast<std::streamsize>(Chunk.size()));
-    Chunk.clear();
-    return static_cast<bool>(Out);
-  }
-
-private:
-  std::ostream &Out;
-  std::string Chunk;
+  /// The output file; not open for standard output.
+  Descriptor File;
+  bool Good = true;
 };
 
 /// Whether Path names a regular file (links followed).
@@ -160,45 +218,6 @@ bool OutputIsManifest(const std::string &OutputPath,
   return ::fstat(STDOUT_FILENO, &Output) == 0 && S_ISREG(Output.st_mode) &&
          ::stat(ManifestPath.c_str(), &Manifest) == 0 &&
          Output.st_dev == Manifest.st_dev && Output.st_ino == Manifest.st_ino;
-}
-
-/// Closes a descriptor it owns.
-class Descriptor {
-public:
-  Descriptor() = default;
-  explicit Descriptor(int Handle) : Fd(Handle) {}
-  Descriptor(Descriptor &&Other) noexcept : Fd(std::exchange(Other.Fd, -1)) {}
-  Descriptor &operator=(Descriptor &&Other) noexcept {
-    std::swap(Fd, Other.Fd);
-    return *this;
-  }
-  Descriptor(const Descriptor &) = delete;
-  Descriptor &operator=(const Descriptor &) = delete;
-  ~Descriptor() {
-    if (Fd >= 0)
-      ::close(Fd);
-  }
-  int Get() const { return Fd; }
-  bool IsOpen() const { return Fd >= 0; }
-
-private:
-  int Fd = -1;
-};
-
-/// Writes Size bytes of Data to Handle, through short writes and
-/// interruptions; answers whether all were written.
-bool WriteFully(int Handle, const char *Data, std::size_t Size) {
-  while (Size > 0) {
-    const ssize_t Written = ::write(Handle, Data, Size);
-    if (Written < 0) {
-      if (errno == EINTR)
-        continue;
-      return false;
-    }
-    Data += Written;
-    Size -= static_cast<std::size_t>(Written);
-  }
-  return true;
 }
 
 /// The manifest as the passes read it. Each pass opens the file again,
@@ -295,6 +314,30 @@ private:
   std::unique_ptr<CopyStream> Stream;
 };
 
+/// Writes the name of every record of Reader that Selector selects to Sink.
+void SelectInto(LcManifestReader &Reader, const LcRecordSelector &Selector,
+                NameSink Sink) {
+  NameWriter Writer(Sink);
+  std::string_view Name;
+  try {
+    while (!Reader.AtEnd()) {
+      if (Selector.Select(Reader.Current(), Name) && !Writer.Add(Name))
+        return;
+      Reader.Advance();
+    }
+  } catch (...) {
+    // The names selected before the failure still reach the output stream,
+    // as they would have, had they been written one by one; the failure
+    // itself is what the caller hears of.
+    try {
+      Writer.Flush();
+    } catch (...) {
+    }
+    throw;
+  }
+  Writer.Flush();
+}
+
 /// One pass of Mode over Source, writing to OutputPath.
 void RunPass(LcSelectionMode Mode, ManifestSource &Source,
              const std::string &ManifestPath, const std::string &OutputPath,
@@ -305,7 +348,7 @@ void RunPass(LcSelectionMode Mode, ManifestSource &Source,
   Reader.SetKeyFilter(Selector.KeyFilter());
   Source.Open(Reader);
   MsGetConsole().AnnounceFile(ManifestPath);
-  LcSelectRecords(Reader, Selector, Output.Stream());
+  SelectInto(Reader, Selector, Output.Sink());
   Reader.Close();
   Output.Finish();
 }
@@ -345,18 +388,30 @@ LcCaselessText::LcCaselessText(std::string_view Original,
     ++Sharing[static_cast<unsigned char>(Mapped)];
   // Byte I is compared by word when the bytes equal to it through the table
   // are just itself, or itself and its partner in bit 5.
-  Fold.resize(Text.size());
-  Pattern.resize(Text.size());
-  ByWords = true;
-  for (std::size_t I = 0; I < Text.size() && ByWords; ++I) {
+  const std::size_t Size = Text.size();
+  Fold.resize(Size);
+  Pattern.resize(Size);
+  bool Words = true;
+  for (std::size_t I = 0; I < Size && Words; ++I) {
     auto Byte = static_cast<unsigned char>(Text[I]);
     auto Partner = static_cast<unsigned char>(Byte ^ 0x20);
     bool PartnerEqual = Table[Partner] == Table[Byte];
-    ByWords = Sharing[static_cast<unsigned char>(Table[Byte])] ==
-              (PartnerEqual ? 2 : 1);
+    Words = Sharing[static_cast<unsigned char>(Table[Byte])] ==
+            (PartnerEqual ? 2 : 1);
     unsigned char Case = PartnerEqual ? 0x20 : 0x00;
     Fold[I] = static_cast<char>(Case);
     Pattern[I] = static_cast<char>(Byte | Case);
+  }
+  if (!Words || Size < 4)
+    return;
+  if (Size < 8) {
+    Way = ByHalfWords;
+    Head = PieceAt<std::uint32_t>(0);
+    Tail = PieceAt<std::uint32_t>(Size - 4);
+  } else {
+    Way = ByWords;
+    Head = PieceAt<std::uint64_t>(0);
+    Tail = PieceAt<std::uint64_t>(Size - 8);
   }
 }
 
@@ -450,38 +505,40 @@ bool LcRecordSelector::MatchesRequested(std::string_view Value) const {
   return false;
 }
 
-bool LcRecordSelector::Select(const LcRecord &Record,
-                              std::string_view &Name) const {
+template <LcSelectionMode M>
+bool LcRecordSelector::SelectIn(const LcRecord &Record,
+                                std::string_view &Name) const {
+  constexpr bool ByPackage = M == LcSelectionMode::DefaultChecksOfPackages ||
+                             M == LcSelectionMode::ChecksOfPackages;
   std::string_view Pending;
   bool Selected = false;
   for (const LcAttribute &Attribute : Record) {
     std::string_view Key = Attribute.Key();
     std::string_view Value = Attribute.Value();
     // Keys of other lengths are equal to none of the keys the rules read.
+    // TryPackage, TryGroup and TryDefault are set only in the modes that
+    // use those keys, which lets each mode's rules drop the others.
     switch (Key.size()) {
     case CheckNameKey.size():
       if (Keys[CheckNameIndex].Matches(Key)) {
         Pending = Value;
-        if (Mode == LcSelectionMode::AllChecks)
+        if (M == LcSelectionMode::AllChecks)
           Selected = true;
-        else if (Mode == LcSelectionMode::NamedChecks &&
-                 MatchesRequested(Value))
+        else if (M == LcSelectionMode::NamedChecks && MatchesRequested(Value))
           Selected = true;
       }
       break;
     case PackageKey.size():
-      if (TryPackage && Keys[PackageIndex].Matches(Key)) {
-        if (Mode == LcSelectionMode::DefaultChecksOfPackages ||
-            Mode == LcSelectionMode::ChecksOfPackages) {
-          if (MatchesRequested(Value))
-            Selected = true;
-          // A default check of an unrequested package is dropped, unless an
-          // earlier attribute has already selected it.
-          if (Mode == LcSelectionMode::DefaultChecksOfPackages && !Selected)
-            return false;
-        }
-      } else if (TryDefault && Keys[DefaultIndex].Matches(Key)) {
-        if (Mode == LcSelectionMode::DefaultChecksOfPackages && On.Matches(Value))
+      if (ByPackage && TryPackage && Keys[PackageIndex].Matches(Key)) {
+        if (MatchesRequested(Value))
+          Selected = true;
+        // A default check of an unrequested package is dropped, unless an
+        // earlier attribute has already selected it.
+        if (M == LcSelectionMode::DefaultChecksOfPackages && !Selected)
+          return false;
+      } else if (M == LcSelectionMode::DefaultChecksOfPackages && TryDefault &&
+                 Keys[DefaultIndex].Matches(Key)) {
+        if (On.Matches(Value))
           Selected = true;
       } else if (TryVisible && Keys[VisibleIndex].Matches(Key)) {
         if (No.Matches(Value))
@@ -489,8 +546,9 @@ bool LcRecordSelector::Select(const LcRecord &Record,
       }
       break;
     case GroupKey.size():
-      if (TryGroup && Keys[GroupIndex].Matches(Key)) {
-        if (Mode == LcSelectionMode::ChecksOfGroups && MatchesRequested(Value))
+      if (M == LcSelectionMode::ChecksOfGroups && TryGroup &&
+          Keys[GroupIndex].Matches(Key)) {
+        if (MatchesRequested(Value))
           Selected = true;
       }
       break;
@@ -504,27 +562,28 @@ bool LcRecordSelector::Select(const LcRecord &Record,
   return true;
 }
 
+bool LcRecordSelector::Select(const LcRecord &Record,
+                              std::string_view &Name) const {
+  // The rules are compiled once per mode, so that the mode is not tested
+  // again for every attribute.
+  switch (Mode) {
+  case LcSelectionMode::AllChecks:
+    return SelectIn<LcSelectionMode::AllChecks>(Record, Name);
+  case LcSelectionMode::NamedChecks:
+    return SelectIn<LcSelectionMode::NamedChecks>(Record, Name);
+  case LcSelectionMode::DefaultChecksOfPackages:
+    return SelectIn<LcSelectionMode::DefaultChecksOfPackages>(Record, Name);
+  case LcSelectionMode::ChecksOfGroups:
+    return SelectIn<LcSelectionMode::ChecksOfGroups>(Record, Name);
+  case LcSelectionMode::ChecksOfPackages:
+    return SelectIn<LcSelectionMode::ChecksOfPackages>(Record, Name);
+  }
+  return false;
+}
+
 void LcSelectRecords(LcManifestReader &Reader, const LcRecordSelector &Selector,
                      std::ostream &Out) {
-  NameWriter Writer(Out);
-  std::string_view Name;
-  try {
-    while (!Reader.AtEnd()) {
-      if (Selector.Select(Reader.Current(), Name) && !Writer.Add(Name))
-        return;
-      Reader.Advance();
-    }
-  } catch (...) {
-    // The names selected before the failure still reach the output stream,
-    // as they would have, had they been written one by one; the failure
-    // itself is what the caller hears of.
-    try {
-      Writer.Flush();
-    } catch (...) {
-    }
-    throw;
-  }
-  Writer.Flush();
+  SelectInto(Reader, Selector, NameSink{&WriteToStream, &Out});
 }
 
 void LcSelectFromStream(LcSelectionMode Mode, std::istream &Manifest,

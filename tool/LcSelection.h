@@ -50,27 +50,59 @@ public:
   LcCaselessText(std::string_view Text, const std::array<char, 256> &Upper);
 
   bool Matches(std::string_view Other) const {
-    std::size_t Size = Text.size();
+    const std::size_t Size = Text.size();
     if (Other.size() != Size)
       return false;
-    if (!ByWords || Size < 4)
-      return MatchesThroughTable(Other);
     const char *O = Other.data();
-    if (Size < 8)
+    switch (Way) {
+    case ByHalfWords:
       // Two pieces that overlap cover the text.
-      return PieceMatches<std::uint32_t>(O, 0) &&
-             PieceMatches<std::uint32_t>(O, Size - 4);
-    for (std::size_t I = 0; I + 8 < Size; I += 8)
-      if (!PieceMatches<std::uint64_t>(O, I))
+      return PieceMatches<std::uint32_t>(O, 0, Head) &&
+             PieceMatches<std::uint32_t>(O, Size - 4, Tail);
+    case ByWords:
+      if (!PieceMatches<std::uint64_t>(O, 0, Head) ||
+          !PieceMatches<std::uint64_t>(O, Size - 8, Tail))
         return false;
-    return PieceMatches<std::uint64_t>(O, Size - 8);
+      for (std::size_t I = 8; I + 8 < Size; I += 8)
+        if (!PieceMatches<std::uint64_t>(O, I))
+          return false;
+      return true;
+    default:
+      return MatchesThroughTable(Other);
+    }
   }
 
 private:
   bool MatchesThroughTable(std::string_view Other) const;
 
+  /// Fold and Pattern of one piece of the text, kept at hand for the first
+  /// and the last piece.
+  struct Piece {
+    std::uint64_t Fold = 0;
+    std::uint64_t Pattern = 0;
+  };
+
   /// Whether (Other[I] | Fold[I]) == Pattern[I] for the Word-sized piece at
-  /// I.
+  /// I, whose fold and pattern are Known.
+  template <class Word>
+  static bool PieceMatches(const char *Other, std::size_t I,
+                           const Piece &Known) {
+    Word O;
+    std::memcpy(&O, Other + I, sizeof O);
+    return (O | static_cast<Word>(Known.Fold)) ==
+           static_cast<Word>(Known.Pattern);
+  }
+
+  /// The fold and pattern of the Word-sized piece at I.
+  template <class Word> Piece PieceAt(std::size_t I) const {
+    Word F, P;
+    std::memcpy(&F, Fold.data() + I, sizeof F);
+    std::memcpy(&P, Pattern.data() + I, sizeof P);
+    return Piece{F, P};
+  }
+
+  /// The same for any piece, its fold and pattern read from Fold and
+  /// Pattern.
   template <class Word>
   bool PieceMatches(const char *Other, std::size_t I) const {
     Word O, F, P;
@@ -80,13 +112,21 @@ private:
     return (O | F) == P;
   }
 
+  /// How Matches compares: through the table, or by two overlapping
+  /// 4-byte pieces (texts of 4 to 7 bytes), or by 8-byte pieces (8 bytes or
+  /// more).
+  enum Comparison : unsigned char { ThroughTable, ByHalfWords, ByWords };
+
   std::string Text;
   const std::array<char, 256> *Upper;
-  /// Whether the word comparison holds: a byte B of Other matches byte I
-  /// when (B | Fold[I]) == Pattern[I].
-  bool ByWords = false;
+  Comparison Way = ThroughTable;
+  /// Unless Way is ThroughTable, a byte B of Other matches byte I when
+  /// (B | Fold[I]) == Pattern[I].
   std::string Fold;
   std::string Pattern;
+  /// The first and the last piece of the text.
+  Piece Head;
+  Piece Tail;
 };
 
 /// Decides, record by record, what one pass of one mode selects. Keys and
@@ -115,6 +155,9 @@ public:
 
 private:
   bool MatchesRequested(std::string_view Value) const;
+  /// Select for M, which is the selector's mode.
+  template <LcSelectionMode M>
+  bool SelectIn(const LcRecord &Record, std::string_view &Name) const;
 
   LcSelectionMode Mode;
   const std::vector<std::string> &Requested;

@@ -18,6 +18,8 @@
 #include <random>
 #include <sstream>
 
+#include <sys/stat.h>
+
 namespace {
 
 using Names = std::vector<std::string>;
@@ -603,9 +605,9 @@ TEST(SelectionRules, MatchesPlainRulesInOtherLocales) {
   }
 }
 
-TEST(SelectionOutput, NamesOfEveryLengthAcrossManyChunks) {
-  std::string Manifest;
-  std::string Expected;
+/// A manifest of 30,000 checks whose names, of many lengths and a few longer
+/// than 64 KiB, fill many pieces of output; Expected is what --all writes.
+void ManyNamesManifest(std::string &Manifest, std::string &Expected) {
   for (std::size_t I = 0; I < 30000; ++I) {
     std::string Name = "n" + std::to_string(I) + std::string(I % 23, 'x');
     if (I % 5000 == 17)
@@ -613,6 +615,12 @@ TEST(SelectionOutput, NamesOfEveryLengthAcrossManyChunks) {
     Manifest += "checkname=" + Name + "\n\n";
     Expected += Name + "\n";
   }
+}
+
+TEST(SelectionOutput, NamesOfEveryLengthAcrossManyChunks) {
+  std::string Manifest;
+  std::string Expected;
+  ManyNamesManifest(Manifest, Expected);
   EXPECT_EQ(Select(All, {}, Manifest), Expected);
 }
 
@@ -793,6 +801,28 @@ TEST_F(SelectionFiles, OutputHasNoCarriageReturns) {
   Request.All = true;
   LcRunSelection(Request);
   EXPECT_EQ(Output(), "A\nC\n");
+}
+
+TEST_F(SelectionFiles, NamesOfEveryLengthAcrossManyChunksReachTheFile) {
+  std::string Manifest;
+  std::string Expected;
+  ManyNamesManifest(Manifest, Expected);
+  WriteManifest(Manifest);
+  Request.All = true;
+  Request.CheckNames = {"n7xxxxxxx"};
+  LcRunSelection(Request);
+  EXPECT_EQ(Output(), Expected + "n7xxxxxxx\n");
+}
+
+TEST_F(SelectionFiles, NewOutputFileIsReadableAndWritableByAllLessUmask) {
+  WriteManifest(SampleManifest);
+  Request.All = true;
+  const mode_t Previous = ::umask(002);
+  LcRunSelection(Request);
+  ::umask(Previous);
+  struct stat Info;
+  ASSERT_EQ(::stat(Request.OutputPath.c_str(), &Info), 0);
+  EXPECT_EQ(Info.st_mode & 07777, 0664u);
 }
 
 TEST_F(SelectionFiles, NothingSelectedLeavesEmptyFile) {
