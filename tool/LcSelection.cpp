@@ -5,6 +5,7 @@
 #include "console/MsConsole.h"
 #include "console/MsMessages.h"
 #include "console/MsOutputStream.h"
+#include "tool/CoutSink.h"
 #include "tool/LcManifestReader.h"
 #include "tool/LcMessages.h"
 
@@ -143,10 +144,12 @@ bool WriteToStream(void *Context, const char *Data, std::size_t Size) {
   return static_cast<bool>(Out);
 }
 
-/// The output of one pass, held for the length of the pass: standard output
-/// for "-", written through std::cout so that it follows whatever the
-/// program wrote there before, or else the output file, written straight to
-/// its descriptor. Every write is checked to the last byte.
+/// The output of one pass, held for the length of the pass: for "-" the
+/// program's own sink on standard output, written through std::cout so that
+/// it follows whatever the program wrote there before; otherwise a Boost
+/// file_descriptor_sink on the output file. The names come in pieces from a
+/// NameWriter, so neither device needs a stream buffer of its own. Every
+/// write is checked to the last byte.
 class PassOutput {
 public:
   /// Opens OutputPath: truncated the first time any pass opens the output
@@ -154,12 +157,14 @@ public:
   /// MsConsoleException on failure.
   explicit PassOutput(const std::string &OutputPath) : Path(OutputPath) {
     if (Path != "-") {
-      // As an output file stream opens it: created when missing, with
-      // permissions 0666 less the umask.
-      const int Flags =
-          O_WRONLY | O_CREAT | (OutputOpenedFlag ? O_APPEND : O_TRUNC);
-      File = Descriptor(::open(Path.c_str(), Flags, 0666));
-      if (!File.IsOpen()) {
+      const std::ios_base::openmode Mode =
+          std::ios_base::out | std::ios_base::binary |
+          (OutputOpenedFlag ? std::ios_base::app : std::ios_base::trunc);
+      try {
+        File.open(Path, Mode);
+      } catch (const std::ios_base::failure &) {
+      }
+      if (!File.is_open()) {
         LcReport(LcMsgCouldNotOpen, Path);
         throw MsConsoleException();
       }
@@ -172,10 +177,12 @@ public:
   /// Flushes and closes the output; reports Ms004 and throws
   /// MsConsoleException when a write, the flush or the close failed.
   void Finish() {
-    if (File.IsOpen()) {
-      if (::close(File.Release()) != 0)
-        Good = false;
-    } else if (!std::cout.flush()) {
+    try {
+      if (File.is_open())
+        File.close();
+      else
+        Console.flush();
+    } catch (const std::ios_base::failure &) {
       Good = false;
     }
     if (!Good)
@@ -185,16 +192,24 @@ public:
 private:
   static bool Write(void *Context, const char *Data, std::size_t Size) {
     auto &Output = *static_cast<PassOutput *>(Context);
-    if (Output.File.IsOpen())
-      Output.Good = WriteFully(Output.File.Get(), Data, Size);
-    else
-      Output.Good = WriteToStream(&std::cout, Data, Size);
+    if (Output.File.is_open()) {
+      // The device's own write takes a short write for a failure; this
+      // loop goes on through short writes and interruptions instead.
+      Output.Good = WriteFully(Output.File.handle(), Data, Size);
+      return Output.Good;
+    }
+    try {
+      Output.Console.write(Data, static_cast<std::streamsize>(Size));
+    } catch (const std::ios_base::failure &) {
+      Output.Good = false;
+    }
     return Output.Good;
   }
 
   std::string Path;
   /// The output file; not open for standard output.
-  Descriptor File;
+  boost::iostreams::file_descriptor_sink File;
+  CoutSink Console;
   bool Good = true;
 };
 
