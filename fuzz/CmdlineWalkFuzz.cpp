@@ -136,6 +136,9 @@ bool LooksLikeOption(const std::string &Text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
                                       std::size_t Size) {
+  // The tool keeps the command-file lines for its one run; here every input
+  // is a run of its own, and no token of an earlier one is still in use.
+  ClResetCommandFileLines();
   if (Size == 0)
     return 0;
   const std::uint8_t Mode = Data[0];
