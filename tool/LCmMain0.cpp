@@ -105,6 +105,16 @@ private:
 
 } // namespace
 
+SuRunResult LcSetupRun(int Argc, char **Argv, LcSelectionRequest &Request) {
+  SetupSystem System(Request);
+  SuToolOptions Options;
+  SuRunConfiguration Config;
+  Config.ToolKind = 2;
+  Config.CommandFileArg = new SuCommandFileArg;
+  Config.Usage = UsageText;
+  return SuSetupRun(Argc, Argv, Options, {&System}, Config);
+}
+
 std::int32_t LCmMain0::Run(int Argc, char **Argv) {
   MsConsole &Console = MsGetConsole();
   static LcConsoleApplicationInterface Interface(Console);
@@ -112,13 +122,7 @@ std::int32_t LCmMain0::Run(int Argc, char **Argv) {
     Console.SetApplicationInterface(&Interface);
 
   LcSelectionRequest Request;
-  SetupSystem System(Request);
-  SuToolOptions Options;
-  SuRunConfiguration Config;
-  Config.ToolKind = 2;
-  Config.CommandFileArg = new SuCommandFileArg;
-  Config.Usage = UsageText;
-  SuRunResult Setup = SuSetupRun(Argc, Argv, Options, {&System}, Config);
+  SuRunResult Setup = LcSetupRun(Argc, Argv, Request);
   if (!Setup.Proceed)
     return Setup.Failed ? 2 : 0;
 
