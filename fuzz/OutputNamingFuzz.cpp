@@ -38,16 +38,25 @@ const lctest::TempDir &Folder() {
   return fuzz::ScratchFolder();
 }
 
-/// Nothing but ".." is taken out: "/" is wanted here.
-std::string NoParent(std::string Text) {
-  for (std::size_t At = Text.find(".."); At != std::string::npos;
-       At = Text.find("..", At))
-    Text[At + 1] = '_';
-  return Text;
+/// Text with no ".." and no run of "/": a path that begins with "//" is a
+/// network name to Boost, which this system never sees. "/" itself is wanted
+/// here.
+std::string NoParent(const std::string &Text) {
+  std::string Result;
+  for (char C : Text)
+    if (C != '/' || Result.empty() || Result.back() != '/')
+      Result += C;
+  for (std::size_t At = Result.find(".."); At != std::string::npos;
+       At = Result.find("..", At))
+    Result[At + 1] = '_';
+  return Result;
 }
 
-/// The last component of Path; "." when Path ends with "/".
+/// The last component of Path: "/" for the root itself, "." when Path ends
+/// with "/".
 std::string FileName(const std::string &Path) {
+  if (Path == "/")
+    return Path;
   if (!Path.empty() && Path.back() == '/')
     return ".";
   const std::size_t Slash = Path.rfind('/');
@@ -68,9 +77,10 @@ std::string ReplaceExtension(const std::string &Path, const std::string &Ext) {
   return Path.substr(0, Path.size() - Extension(Path).size()) + Ext;
 }
 
-/// Folder and Name joined by one "/" (none added after a "/").
+/// Folder and Name joined by a "/", none added when one is already there.
 std::string Join(const std::string &Folder, const std::string &Name) {
-  if (Folder.empty() || Folder.back() == '/')
+  if (Folder.empty() || Folder.back() == '/' ||
+      (!Name.empty() && Name[0] == '/'))
     return Folder + Name;
   return Folder + "/" + Name;
 }
@@ -88,7 +98,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
   Pieces.resize(3);
   const std::string Root = Folder().Path("");
   // The option value is taken inside the scratch folder.
-  const std::string Value = Root + NoParent(Pieces[0]);
+  const std::string Given = NoParent(Pieces[0]);
+  const std::string Value = Root + Given;
   const std::string MainOutput = NoParent(Pieces[1]);
   const std::string DefaultName = fuzz::Confined(Pieces[2]);
 
@@ -103,8 +114,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
   Require(SuOutputFileName(Value, DefaultName, Ext) == Wanted);
 
   SuCommandFileArg CommandFile;
-  Require(CommandFile.FileName(Pieces[0]) ==
-          (Extension(Pieces[0]).empty() ? Pieces[0] + ".xcl" : Pieces[0]));
+  Require(CommandFile.FileName(Given) ==
+          (Extension(Given).empty() ? Given + ".xcl" : Given));
 
   // The dependency list, for the destinations "+", a folder and a file.
   const bool Named = !MainOutput.empty() && MainOutput != "-";
