@@ -25,8 +25,13 @@ cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Debug -DCHKSEL_BUILD_BENCH=OFF \
   >&2
 cmake --build "$build" -j "$jobs" >&2
 find "$build" -name '*.gcda' -delete
-ctest --test-dir "$build" -j "$jobs" --timeout 300 >&2 ||
+# Two end-to-end tests run the tool under a file-size limit, where the tool's
+# counter files cannot be written whole (so these tests fail here); they run
+# last, so that no other run merges into a cut-off counter file.
+limited='OutputFileTest\.(WriteFailureMidwayKeepsTheOldFile|UnwritableFolderKeepsTheOldFile)'
+ctest --test-dir "$build" -j "$jobs" --timeout 300 -E "$limited" >&2 ||
   echo "warning: some tests failed; coverage is of the run as it went" >&2
+ctest --test-dir "$build" --timeout 300 -R "$limited" >/dev/null 2>&1 || true
 
 folders=(general sourcepos cmdline console appinterface ideagent setup tool)
 filters=()

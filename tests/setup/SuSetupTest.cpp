@@ -124,12 +124,17 @@ TEST(SuSetupRunTest, LinkerStateIsAnInternalFailureInThisTool) {
               "a non-linker tool\n$");
 }
 
-/// A setup system that sets a third banner line.
+/// A setup system that sets a third banner line and adds a deprecated
+/// option "--old" and an option with the second mark, "--extra".
 class ThirdLineSystem : public SuTargetSetupSystem {
 public:
   void Setup(SuTargetSetup &Setup, SuContinuation &Next) override {
     Setup.SetBanner(SuBannerInputs{"Tool", "", "", "1.0", "(c) Maker"});
     Setup.SetThirdBannerLine("third line");
+    Old.SetDeprecated();
+    Extra.SetSecondMark();
+    Setup.Parser().Add(std::make_unique<ClOnce>(Old));
+    Setup.Parser().Add(std::make_unique<ClMulti>(Extra));
     Next.Continue();
     std::cerr << "kind " << Setup.ToolKind() << " sources "
               << Setup.AcceptsSourceFiles() << " source state "
@@ -137,6 +142,10 @@ public:
               << " target state "
               << (Setup.PostSetupState().GetTargetState() != nullptr) << "; ";
   }
+
+private:
+  ClFlagArg Old{0, "old", "A deprecated switch"};
+  ClStringArg Extra{0, "extra", "x", "A word for the first line only"};
 };
 
 /// Runs a setup run of a tool of kind 1 (mfc and distribute_mfc) that
@@ -180,6 +189,21 @@ TEST(SuSetupRunTest, DistributeMfcWritesOneLinePerSourceFile) {
       ::testing::ExitedWithCode(0),
       "^kind 1 sources 1 source state 0 target state 0; "
       "\\[--mfc a.c\n--mfc \"b c.c\"\n\\] proceed 0 failed 0\n$");
+}
+
+TEST(SuSetupRunTest, DistributeMfcPutsSecondMarkedWordsOnTheFirstLine) {
+  EXPECT_EXIT(RunKindOne({"prog", "--extra=1", "a.c", "--distribute_mfc=-",
+                          "--mfc", "b.c"}),
+              ::testing::ExitedWithCode(0),
+              "\\[--mfc a.c --extra=1\n--mfc b.c\n\\] proceed 0 failed 0\n$");
+}
+
+TEST(SuSetupRunTest, DeprecatedOptionIsAWarning) {
+  EXPECT_EXIT(RunKindOne({"prog", "--old", "a.c"}),
+              ::testing::ExitedWithCode(0),
+              "^kind 1 sources 1 source state 0 target state 0; "
+              "Warning\\[Su013\\]: The use of this option is deprecated: "
+              "--old\n\\[\\] proceed 1 failed 0\n$");
 }
 
 TEST(SuSetupRunTest, DistributeMfcIntoAFolderUsesTheDefaultName) {
