@@ -47,6 +47,8 @@ OgSourceLineSequence &ClCommandFileLines() {
   return *Lines;
 }
 
+void ClResetCommandFileLines() { ClCommandFileLines().Clear(); }
+
 ClCommandFileTokenizer::ClCommandFileTokenizer(
     std::istream &In, const DiSourceLineSequence *Lines,
     std::uint32_t BaseIndex, std::size_t SizeHint, std::string FileName)

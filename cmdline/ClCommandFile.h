@@ -21,6 +21,11 @@ class OgSourceLineSequence;
 /// and never destroyed, so positions stay printable until the process ends.
 OgSourceLineSequence &ClCommandFileLines();
 
+/// Empties the process-wide line sequence. The tool keeps it for its one run;
+/// a process that walks many command lines in turn (a test driver, a fuzzer)
+/// calls this between walks, once no token of the earlier walks is in use.
+void ClResetCommandFileLines();
+
 /// Cuts a command file into tokens, byte by byte with one character of
 /// look-ahead.
 ///

@@ -303,4 +303,11 @@ public:
 /// formatter (width 79) and its standard-output handler.
 MsConsole &MsGetConsole();
 
+/// Destroys the process-wide console, its formatter and its handler, after
+/// abandoning its unfinished dependency lists; the next MsGetConsole() makes
+/// a fresh one. The tool uses one console for its one run; a process that
+/// runs the tool's setup many times (a fuzzer) calls this between runs, when
+/// nothing holds a reference to the old console any more.
+void MsResetProcessConsole();
+
 #endif

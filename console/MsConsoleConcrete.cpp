@@ -680,6 +680,8 @@ void MsConsoleConcrete::CheckStopRequest() {
 
 namespace {
 MsConsoleConcrete *ProcessConsole = nullptr;
+MsMessageFormatter *ProcessFormatter = nullptr;
+MsMessageHandlerStdout *ProcessStandard = nullptr;
 
 /// At exit: abandons the lists that were never finished (the run stopped
 /// before its summary), which removes their temporary files.
@@ -690,13 +692,26 @@ void DiscardProcessLists() {
 } // namespace
 
 MsConsole &MsGetConsole() {
-  // Never destroyed, so that reports made while the process ends still work.
-  static MsConsoleConcrete *Console = [] {
-    auto *Formatter = new MsMessageFormatter(79);
-    auto *Standard = new MsMessageHandlerStdout(std::cout);
-    ProcessConsole = new MsConsoleConcrete(*Formatter, *Standard);
-    std::atexit(DiscardProcessLists);
-    return ProcessConsole;
-  }();
-  return *Console;
+  // Never destroyed at exit, so that reports made while the process ends
+  // still work.
+  if (!ProcessConsole) {
+    static const bool ExitHook = std::atexit(DiscardProcessLists) == 0;
+    (void)ExitHook;
+    ProcessFormatter = new MsMessageFormatter(79);
+    ProcessStandard = new MsMessageHandlerStdout(std::cout);
+    ProcessConsole = new MsConsoleConcrete(*ProcessFormatter, *ProcessStandard);
+  }
+  return *ProcessConsole;
+}
+
+void MsResetProcessConsole() {
+  if (!ProcessConsole)
+    return;
+  ProcessConsole->DiscardDependencyLists();
+  delete ProcessConsole;
+  delete ProcessStandard;
+  delete ProcessFormatter;
+  ProcessConsole = nullptr;
+  ProcessStandard = nullptr;
+  ProcessFormatter = nullptr;
 }

@@ -177,35 +177,43 @@ bool DecodeMarkedText(const std::string &Bytes, std::string &Text) {
 std::string WideToNarrow(const std::wstring &Text, const std::locale &Locale) {
   using Codecvt = std::codecvt<wchar_t, char, std::mbstate_t>;
   const Codecvt &Cvt = std::use_facet<Codecvt>(Locale);
-  const std::size_t MaxLength =
-      static_cast<std::size_t>(std::max(Cvt.max_length(), 1));
+  // Room for one character and the "a" that follows a tag character.
+  std::string Bytes(
+      2 * static_cast<std::size_t>(std::max(Cvt.max_length(), 1)), '\0');
 
+  // One character at a time, so that each one that cannot be written gives
+  // its own "?". glibc's converters to a narrow set without them pass over
+  // the tag characters U+E0000-U+E007F without a word (and fail an assertion
+  // when a piece holds nothing else), so a tag character is converted
+  // together with an "a", whose byte is then taken off again.
   std::string Out;
-  std::string Chunk;
-  const wchar_t *From = Text.data();
-  const wchar_t *const FromEnd = From + Text.size();
-  while (From < FromEnd) {
-    // Converted in bounded chunks; a chunk that fills up just ends early.
-    const std::size_t Remaining = static_cast<std::size_t>(FromEnd - From);
-    Chunk.resize(std::min<std::size_t>(Remaining, 4096) * MaxLength);
-    std::mbstate_t State{};
-    const wchar_t *FromNext = From;
-    char *ToNext = &Chunk[0];
+  Out.reserve(Text.size());
+  std::mbstate_t State{};
+  for (const wchar_t &Ch : Text) {
+    const bool Tag = (static_cast<std::uint32_t>(Ch) >> 7) == (0xE0000u >> 7);
+    const wchar_t Piece[2] = {Ch, L'a'};
+    const wchar_t *const PieceEnd = Piece + (Tag ? 2 : 1);
+    const std::mbstate_t Before = State;
+    const wchar_t *FromNext = Piece;
+    char *ToNext = &Bytes[0];
     const std::codecvt_base::result Result =
-        Cvt.out(State, From, FromEnd, FromNext, &Chunk[0],
-                &Chunk[0] + Chunk.size(), ToNext);
+        Cvt.out(State, Piece, PieceEnd, FromNext, &Bytes[0],
+                &Bytes[0] + Bytes.size(), ToNext);
+    std::size_t Length = static_cast<std::size_t>(ToNext - &Bytes[0]);
     if (Result == std::codecvt_base::noconv) {
-      for (; From < FromEnd; ++From)
-        Out += static_cast<char>(*From);
-      break;
+      Out += static_cast<char>(Ch);
+      continue;
     }
-    Out.append(Chunk.data(), static_cast<std::size_t>(ToNext - Chunk.data()));
-    if (Result == std::codecvt_base::error || FromNext == From) {
-      // FromNext is the character that the locale cannot represent.
-      Out += '?';
-      From = FromNext + 1;
+    bool Written = Result == std::codecvt_base::ok && FromNext == PieceEnd;
+    if (Written && Tag) {
+      Written = Length >= 2 && Bytes[Length - 1] == 'a';
+      --Length;
+    }
+    if (Written && Length != 0) {
+      Out.append(Bytes.data(), Length);
     } else {
-      From = FromNext;
+      Out += '?';
+      State = Before;
     }
   }
   return Out;

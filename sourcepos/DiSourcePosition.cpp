@@ -117,6 +117,13 @@ bool OgSourceLineSequence::LineText(std::uint32_t Index,
   return true;
 }
 
+void OgSourceLineSequence::Clear() {
+  // Swapped out rather than cleared, so that the memory is given back.
+  std::vector<Entry>().swap(Entries);
+  std::vector<std::pair<std::uint32_t, std::string>>().swap(Texts);
+  NextIndex = 0;
+}
+
 std::uint32_t OgSourceLineSequence::Builder::BeginFile(GeRcPtr<DiFile> File) {
   std::uint32_t Base = Seq.NextIndex;
   if (!Seq.Entries.empty() && Seq.Entries.back().FirstIndex == Base)

@@ -133,6 +133,10 @@ public:
   bool IsAtEnd(std::uint32_t Index) const override;
   bool LineText(std::uint32_t Index, std::string &Text) const override;
 
+  /// Forgets every file and line text, so that the next file begins at
+  /// index 0 again. Positions made before no longer mean anything.
+  void Clear();
+
   class Builder : public DiSourceLineSequence::Builder {
   public:
     explicit Builder(OgSourceLineSequence &Target) : Seq(Target) {}

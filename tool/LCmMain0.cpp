@@ -105,10 +105,6 @@ private:
   ClMultiVal<ClStringSetArg> *PackageParser = nullptr;
 };
 
-} // namespace
-
-namespace {
-
 /// The console of the process, with the tool's application interface
 /// installed (once; later calls reuse it).
 MsConsole &ToolConsole() {
@@ -129,13 +125,16 @@ SuRunConfiguration RunConfiguration() {
 
 } // namespace
 
+SuRunResult LcSetupRun(int Argc, char **Argv, LcSelectionRequest &Request) {
+  SetupSystem System(Request);
+  SuToolOptions Options;
+  return SuSetupRun(Argc, Argv, Options, {&System}, RunConfiguration());
+}
+
 std::int32_t LCmMain0::Run(int Argc, char **Argv) {
   MsConsole &Console = ToolConsole();
   LcSelectionRequest Request;
-  SetupSystem System(Request);
-  SuToolOptions Options;
-  SuRunResult Setup =
-      SuSetupRun(Argc, Argv, Options, {&System}, RunConfiguration());
+  SuRunResult Setup = LcSetupRun(Argc, Argv, Request);
   if (!Setup.Proceed)
     return Setup.Failed ? 2 : 0;
 

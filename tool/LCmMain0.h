@@ -3,6 +3,9 @@
 #define TOOL_LCMMAIN0_H
 
 #include "setup/SuMain.h"
+#include "setup/SuSetup.h"
+
+struct LcSelectionRequest;
 
 #include <functional>
 
@@ -22,5 +25,11 @@ public:
   static void
   VisitOptionTable(const std::function<void(const ClParser &)> &Visit);
 };
+
+/// The first half of a run, up to the selection: the framework's setup run
+/// over Argc/Argv with the tool's options, which fills Request when the run
+/// may go on. Reports go to the process-wide console, whose application
+/// interface the caller has installed.
+SuRunResult LcSetupRun(int Argc, char **Argv, LcSelectionRequest &Request);
 
 #endif

@@ -391,4 +391,17 @@ TEST(ClReadCommandFile, FailedReadLeavesTheSequenceUsable) {
   EXPECT_EQ(Tokens[0].Place.Position.Line(), 1u);
 }
 
+TEST(ClReadCommandFile, ResetEmptiesTheSharedSequence) {
+  std::istringstream A("one\ntwo\n");
+  ClLine::ReadCommandFile(A, "a.xcl");
+  ClResetCommandFileLines();
+  EXPECT_TRUE(ClCommandFileLines().IsAtEnd(0));
+  std::istringstream B("three");
+  std::vector<ClToken> Tokens = ClLine::ReadCommandFile(B, "b.xcl");
+  ASSERT_EQ(Tokens.size(), 1u);
+  EXPECT_EQ(Tokens[0].Place.Position.LineIndex(), 0u);
+  EXPECT_EQ(Tokens[0].Place.Position.File()->Name(), "b.xcl");
+  EXPECT_EQ(Tokens[0].Place.Position.Line(), 1u);
+}
+
 } // namespace

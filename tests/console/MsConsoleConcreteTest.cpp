@@ -1,11 +1,13 @@
 // Tests of the console core: subsystems and tags, the level rules, release
 // and queue, handlers, error limit, summary and exit status, fatal reports.
 #include "console/MsConsoleConcrete.h"
+#include "console/MsDependHandler.h"
 
 #include "console/MsMessageFormatter.h"
 #include "console/MsMessages.h"
 #include "console/MsWorkingProgress.h"
 #include "tests/console/MsConsoleTestSupport.h"
+#include "tests/console/MsFileTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -963,6 +965,28 @@ TEST(MsConsoleProcessTest, AccessorAnswersOneConsole) {
   EXPECT_EQ(A.GetFormatter().Width(), 79);
   EXPECT_EQ(A.TagText(MsTag("Ms", 8)), "Ms008");
   EXPECT_EQ(&A.ErrorStream(), &std::cerr);
+}
+
+TEST(MsConsoleProcessTest, ResetMakesAFreshConsoleAndDropsItsLists) {
+  ScratchDir Dir;
+  MsConsole &Old = MsGetConsole();
+  Old.SetErrorLimit(7);
+  Old.AddDependencyList(std::make_unique<MsDependHandler>(
+      MsDependStyle::FileNames, true, "t",
+      MsOutputStream::Open(Old, MsOutputStream::Kind::Temp,
+                           Dir.Path("deps.d"))));
+  EXPECT_EQ(TempFilesIn(Dir.Root()).size(), 1u);
+  MsResetProcessConsole();
+  EXPECT_TRUE(TempFilesIn(Dir.Root()).empty());
+  EXPECT_FALSE(std::filesystem::exists(Dir.Path("deps.d")));
+
+  MsConsole &Fresh = MsGetConsole();
+  EXPECT_EQ(Fresh.ErrorLimit(), 100u);
+  EXPECT_FALSE(Fresh.IsStarted());
+  EXPECT_EQ(Fresh.TagText(MsTag("Ms", 8)), "Ms008");
+  EXPECT_EQ(&Fresh, &MsGetConsole());
+  MsResetProcessConsole();
+  MsResetProcessConsole();
 }
 
 TEST(MsConsoleProcessTest, IdeModeFlag) {

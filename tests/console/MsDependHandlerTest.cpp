@@ -4,6 +4,7 @@
 
 #include "console/MsConsoleConcrete.h"
 #include "tests/console/MsConsoleTestSupport.h"
+#include "tests/console/MsDependListSupport.h"
 #include "tests/console/MsFileTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -15,25 +16,6 @@
 using namespace mstest;
 
 namespace {
-
-/// An output file that keeps its text in memory and remembers its close.
-class StringFile : public MsOutputStream::OutFile {
-public:
-  StringFile(std::string &Text, int &Closes) : Result(Text), Count(Closes) {}
-  std::ostream &Stream() override { return Out; }
-  bool Close() override {
-    ++Count;
-    Result = Out.str();
-    return true;
-  }
-  const std::string &Path() const override { return Name; }
-
-private:
-  std::ostringstream Out;
-  std::string &Result;
-  int &Count;
-  std::string Name = "memory";
-};
 
 MsMessage FileMessage(int Kind, const std::string &Name) {
   return MsMessage(
@@ -135,6 +117,39 @@ TEST(MsDependHandlerTest, TargetIsEscapedToo) {
             "out\\ $$1.txt: m\n");
   EXPECT_EQ(ListOf(MsDependStyle::MakeOneRule, {"m"}, true, "out $1.txt"),
             "out\\ $$1.txt:  \\\n  m\n");
+}
+
+TEST(MsDependHandlerTest, ListsReadBackToTheNamesWritten) {
+  const std::vector<std::string> Names = {
+      "a b", "$", "x\\ y", "trail\\", " lead", "tab\there", "c:d", "",
+      "$$ $", "end "};
+  const std::string Target = "out $1 .txt";
+  for (MsDependStyle Style :
+       {MsDependStyle::FileNames, MsDependStyle::MakeRules,
+        MsDependStyle::MakeOneRule})
+    EXPECT_EQ(ReadDependList(Style, ListOf(Style, Names, true, Target), Target),
+              Names)
+        << static_cast<int>(Style);
+}
+
+TEST(MsDependHandlerTest, ListReaderRefusesWhatNoListHolds) {
+  const struct {
+    MsDependStyle Style;
+    const char *Text;
+  } Cases[] = {
+      {MsDependStyle::FileNames, "a"},
+      {MsDependStyle::MakeRules, "t a\n"},
+      {MsDependStyle::MakeRules, "u: a\n"},
+      {MsDependStyle::MakeRules, "t: a b\n"},
+      {MsDependStyle::MakeRules, "t: a$b\n"},
+      {MsDependStyle::MakeOneRule, "t: a\n"},
+      {MsDependStyle::MakeOneRule, "t:  \\\n"},
+      {MsDependStyle::MakeOneRule, "t:  \\\n a\n"},
+      {MsDependStyle::MakeOneRule, "t:  \\\n  a\n  b\n"},
+  };
+  for (const auto &C : Cases)
+    EXPECT_THROW(ReadDependList(C.Style, C.Text, "t"), DependListError)
+        << C.Text;
 }
 
 //===----------------------------------------------------------------------===//

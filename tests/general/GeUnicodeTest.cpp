@@ -319,6 +319,12 @@ TEST(GeUnicodeNarrowTest, ClassicLocaleSubstitutesOneQuestionMarkPerCharacter) {
   EXPECT_EQ(GeUnicode::WideToNarrow(L"a\u00E4b", Classic), "a?b");
   EXPECT_EQ(GeUnicode::WideToNarrow(L"\u00E4\u20AC\U0001D11E", Classic), "???");
   EXPECT_EQ(GeUnicode::WideToNarrow(L"x\U0001D11E", Classic), "x?");
+  // glibc passes over the tag characters without a word; they still count,
+  // alone too.
+  EXPECT_EQ(GeUnicode::WideToNarrow(L"a\U000E0001b\U000E007F\u0100", Classic),
+            "a?b??");
+  EXPECT_EQ(GeUnicode::WideToNarrow(L"\U000E0001", Classic), "?");
+  EXPECT_EQ(GeUnicode::WideToNarrow(L"\U000E0000\U000E0020", Classic), "??");
 }
 
 TEST(GeUnicodeNarrowTest, LongTextAcrossChunks) {
@@ -349,6 +355,9 @@ TEST(GeUnicodeNarrowTest, Utf8LocaleGivesUtf8) {
   const std::wstring Bad = {L'a', static_cast<wchar_t>(0xD800), L'b',
                             static_cast<wchar_t>(-1)};
   EXPECT_EQ(GeUnicode::WideToNarrow(Bad, Utf8), "a?b?");
+  // Tag characters are characters like any other there.
+  EXPECT_EQ(GeUnicode::WideToNarrow(L"\U000E0001x", Utf8),
+            "\xF3\xA0\x80\x81x");
 
   // The default is the global locale.
   const std::locale Previous = std::locale::global(Utf8);

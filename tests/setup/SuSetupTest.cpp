@@ -14,6 +14,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -143,6 +145,146 @@ TEST(SuSetupRunTest, LinkerStateIsAnInternalFailureInThisTool) {
   EXPECT_EXIT(RunAndReport({"prog"}, false, true), ::testing::ExitedWithCode(1),
               "^internal failure: SuPostSetupState::GetLinkerState called in "
               "a non-linker tool\n$");
+}
+
+/// A setup system that sets a third banner line and adds a deprecated
+/// option "--old" and an option with the second mark, "--extra".
+class ThirdLineSystem : public SuTargetSetupSystem {
+public:
+  void Setup(SuTargetSetup &Setup, SuContinuation &Next) override {
+    Setup.SetBanner(SuBannerInputs{"Tool", "", "", "1.0", "(c) Maker"});
+    Setup.SetThirdBannerLine("third line");
+    Old.SetDeprecated();
+    Extra.SetSecondMark();
+    Setup.Parser().Add(std::make_unique<ClOnce>(Old));
+    Setup.Parser().Add(std::make_unique<ClMulti>(Extra));
+    Next.Continue();
+    std::cerr << "kind " << Setup.ToolKind() << " sources "
+              << Setup.AcceptsSourceFiles() << " source state "
+              << (Setup.PostSetupState().GetSourceState() != nullptr)
+              << " target state "
+              << (Setup.PostSetupState().GetTargetState() != nullptr) << "; ";
+  }
+
+private:
+  ClFlagArg Old{0, "old", "A deprecated switch"};
+  ClStringArg Extra{0, "extra", "x", "A word for the first line only"};
+};
+
+/// Runs a setup run of a tool of kind 1 (mfc and distribute_mfc) that
+/// takes source files, with standard output captured, and writes the
+/// captured text and the result to standard error.
+[[noreturn]] void RunKindOne(std::vector<std::string> Arguments,
+                             std::string Usage = "<NoSignOn>usage\n") {
+  GeSetInternalFailureHandler(&PrintAndExit);
+  std::ostringstream Captured;
+  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  ThirdLineSystem System;
+  SuToolOptions Options;
+  std::vector<char *> Argv;
+  for (std::string &Argument : Arguments)
+    Argv.push_back(Argument.data());
+  Argv.push_back(nullptr);
+  SuRunConfiguration Config;
+  Config.ToolKind = 1;
+  Config.SecondFlag = 1;
+  Config.CommandFileArg = new SuCommandFileArg;
+  Config.Usage = Usage;
+  SuRunResult Result = SuSetupRun(static_cast<int>(Arguments.size()),
+                                  Argv.data(), Options, {&System}, Config);
+  std::cout.flush();
+  std::cout.rdbuf(Saved);
+  std::cerr << "[" << Captured.str() << "] proceed " << int(Result.Proceed)
+            << " failed " << int(Result.Failed) << std::endl;
+  std::_Exit(0);
+}
+
+TEST(SuSetupRunTest, KindOneToolTakesSourceFiles) {
+  EXPECT_EXIT(RunKindOne({"prog", "--mfc", "a.c", "b.c"}),
+              ::testing::ExitedWithCode(0),
+              "^kind 1 sources 1 source state 0 target state 0; \\[\\] "
+              "proceed 1 failed 0\n$");
+}
+
+TEST(SuSetupRunTest, DistributeMfcWritesOneLinePerSourceFile) {
+  EXPECT_EXIT(
+      RunKindOne({"prog", "--mfc", "a.c", "--distribute_mfc=-", "b c.c"}),
+      ::testing::ExitedWithCode(0),
+      "^kind 1 sources 1 source state 0 target state 0; "
+      "\\[--mfc a.c\n--mfc \"b c.c\"\n\\] proceed 0 failed 0\n$");
+}
+
+TEST(SuSetupRunTest, DistributeMfcPutsSecondMarkedWordsOnTheFirstLine) {
+  EXPECT_EXIT(RunKindOne({"prog", "--extra=1", "a.c", "--distribute_mfc=-",
+                          "--mfc", "b.c"}),
+              ::testing::ExitedWithCode(0),
+              "\\[--mfc a.c --extra=1\n--mfc b.c\n\\] proceed 0 failed 0\n$");
+}
+
+TEST(SuSetupRunTest, DeprecatedOptionIsAWarning) {
+  EXPECT_EXIT(RunKindOne({"prog", "--old", "a.c"}),
+              ::testing::ExitedWithCode(0),
+              "^kind 1 sources 1 source state 0 target state 0; "
+              "Warning\\[Su013\\]: The use of this option is deprecated: "
+              "--old\n\\[\\] proceed 1 failed 0\n$");
+}
+
+TEST(SuSetupRunTest, DistributeMfcIntoAFolderUsesTheDefaultName) {
+  const std::string Folder = ::testing::TempDir() + "distribute-" +
+                             std::to_string(::getpid());
+  std::filesystem::create_directory(Folder);
+  EXPECT_EXIT(RunKindOne({"prog", "x.c", "--distribute_mfc", Folder}),
+              ::testing::ExitedWithCode(0), "\\[\\] proceed 0 failed 0\n$");
+  std::ifstream In(Folder + "/separate_commands.txt");
+  const std::string Text((std::istreambuf_iterator<char>(In)),
+                         std::istreambuf_iterator<char>());
+  EXPECT_EQ(Text, " x.c\n");
+  std::filesystem::remove_all(Folder);
+}
+
+TEST(SuSetupRunTest, HelpShowsTheThirdBannerLine) {
+  EXPECT_EXIT(RunKindOne({"prog", "--help"}), ::testing::ExitedWithCode(0),
+              "^\\[\n[^\n]*Tool V1.0\n[^\n]*\nthird line\n\nusage\n");
+}
+
+/// Text as a regular expression that matches exactly that text.
+std::string Literal(const std::string &Text) {
+  std::string Pattern;
+  for (char C : Text) {
+    if (std::strchr("\\.^$|()[]{}*+?", C))
+      Pattern += '\\';
+    Pattern += C;
+  }
+  return Pattern;
+}
+
+TEST(SuSetupRunTest, WalkErrorsAreCommandLineErrors) {
+  const std::string Folder = ::testing::TempDir();
+  const std::string Unclosed = Folder + "unclosed-" +
+                               std::to_string(::getpid()) + ".xcl";
+  {
+    std::ofstream Out(Unclosed);
+    Out << "--mfc /* open";
+  }
+  const struct {
+    std::vector<std::string> Args;
+    std::string Err;
+  } Cases[] = {
+      {{"prog", "--distribute_mfc", "-x"},
+       "Command line error: The parameter to the command line option "
+       "\"--distribute_mfc\" was \"-x\", which has an initial \"-\". If that "
+       "is desired, use an initial \"---\" instead\n"},
+      {{"prog", "-f", Unclosed},
+       "\n\"" + Unclosed +
+           "\",1  Command line error: Comment unclosed at end of command "
+           "file\n"},
+  };
+  for (const auto &Case : Cases) {
+    EXPECT_EXIT(RunKindOne(Case.Args), ::testing::ExitedWithCode(0),
+                "^" + Literal(Case.Err) + "\\[\\] proceed 0 failed 1\n$")
+        << Case.Args.back();
+  }
+  std::filesystem::remove(Unclosed);
 }
 
 TEST(SuCommandFileArgTest, NameWithoutExtensionGetsXcl) {

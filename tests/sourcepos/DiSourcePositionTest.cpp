@@ -222,6 +222,30 @@ TEST(OgSourceLineSequenceTest, FileOpenWithoutEndCoversLaterIndexes) {
   EXPECT_EQ(Seq.LineNumber(41), 42u);
 }
 
+TEST(OgSourceLineSequenceTest, ClearStartsAfresh) {
+  OgSourceLineSequence Seq;
+  OgSourceLineSequence::Builder Build(Seq);
+  GeRcPtr<DiFile> A(new DiFile("a"));
+  Build.BeginFile(A);
+  Build.SetLineText(1, "second");
+  Build.EndFile(5);
+  Seq.Clear();
+  std::string Text = "untouched";
+  EXPECT_EQ(Seq.File(0), nullptr);
+  EXPECT_TRUE(Seq.IsAtEnd(0));
+  EXPECT_EQ(Seq.LineNumber(1), 0u);
+  EXPECT_FALSE(Seq.LineText(1, Text));
+  EXPECT_EQ(Text, "untouched");
+  EXPECT_EQ(A->UseCount(), 1u);
+
+  GeRcPtr<DiFile> B(new DiFile("b"));
+  EXPECT_EQ(Build.BeginFile(B), 0u);
+  Build.EndFile(2);
+  EXPECT_EQ(Seq.File(1), B.get());
+  EXPECT_EQ(Seq.LineNumber(1), 2u);
+  EXPECT_TRUE(Seq.IsAtEnd(2));
+}
+
 TEST(OgSourceLineSequenceTest, LineTexts) {
   OgSourceLineSequence Seq;
   OgSourceLineSequence::Builder Build(Seq);

@@ -1,0 +1,86 @@
+// Helpers shared by the fuzz harnesses: the failure check, a scratch folder,
+// cutting an input into pieces, making fuzzed names safe to use as file names, and capturing
+// what the code under test writes to the standard streams.
+#ifndef FUZZ_FUZZSUPPORT_H
+#define FUZZ_FUZZSUPPORT_H
+
+#include "tests/tool/LcToolTestSupport.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace fuzz {
+
+/// Ends the run with a crash that the fuzzer records, when a promise fails.
+inline void Require(bool Condition) {
+  if (!Condition)
+    std::abort();
+}
+
+/// A scratch folder for the whole process, removed with its contents when
+/// the process ends normally.
+inline const lctest::TempDir &ScratchFolder() {
+  static const lctest::TempDir Dir;
+  return Dir;
+}
+
+/// The bytes of Data from Offset on, cut at every NUL byte. There is always
+/// at least one piece.
+inline std::vector<std::string> Pieces(const std::uint8_t *Data,
+                                       std::size_t Size,
+                                       std::size_t Offset = 0) {
+  std::vector<std::string> Result(1);
+  for (std::size_t I = Offset; I < Size; ++I) {
+    if (Data[I] == 0)
+      Result.emplace_back();
+    else
+      Result.back() += static_cast<char>(Data[I]);
+  }
+  return Result;
+}
+
+/// Text with every "/" turned into "_" and no ".." left, so that a fuzzed
+/// name can only ever name something inside the current folder.
+inline std::string Confined(std::string Text) {
+  for (char &C : Text)
+    if (C == '/')
+      C = '_';
+  for (std::size_t At = Text.find(".."); At != std::string::npos;
+       At = Text.find("..", At))
+    Text[At + 1] = '_';
+  return Text;
+}
+
+/// Sends std::cout and std::cerr into string buffers while it lives.
+class StdStreamCapture {
+public:
+  StdStreamCapture()
+      : SavedOut(std::cout.rdbuf(Out.rdbuf())),
+        SavedErr(std::cerr.rdbuf(Err.rdbuf())) {}
+  ~StdStreamCapture() {
+    std::cout.rdbuf(SavedOut);
+    std::cerr.rdbuf(SavedErr);
+    std::cout.clear();
+    std::cerr.clear();
+  }
+  StdStreamCapture(const StdStreamCapture &) = delete;
+  StdStreamCapture &operator=(const StdStreamCapture &) = delete;
+
+  std::string OutText() const { return Out.str(); }
+  std::string ErrText() const { return Err.str(); }
+
+private:
+  std::ostringstream Out;
+  std::ostringstream Err;
+  std::streambuf *SavedOut;
+  std::streambuf *SavedErr;
+};
+
+} // namespace fuzz
+
+#endif
