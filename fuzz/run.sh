@@ -62,7 +62,7 @@ for harness in "${harnesses[@]}"; do
     -artifact_prefix="$build/artifacts/$harness-" "$corpus" "$work" \
     >"$build/logs/$harness.merge.log" 2>&1 || status=1
   files=$(find "$corpus" -type f | wc -l)
-  size=$(du -sk "$corpus" | cut -f1)
+  size=$(( $(du -sb "$corpus" | cut -f1) / 1024 ))
   report+=("$(printf '%-20s %12s execs  %-22s corpus %5s files %6s KiB' \
     "$harness" "${execs:-?}" "${cov:-cov: ?}" "$files" "$size")")
 done
