@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <stdio.h>
 #include <cstring>
 #include <limits>
 #include <map>
@@ -244,7 +245,10 @@ GeLineBufStdout::~GeLineBufStdout() { --LineBufStdoutCount; }
 int GeLineBufStdout::LiveInstances() { return LineBufStdoutCount; }
 
 bool GeLineBufStdout::CStreamFailed() const {
-  return CStream && std::ferror(CStream);
+  // The program writes standard output from one thread only, so the flag is
+  // read without taking the stream's lock; this runs for every block and
+  // every single character written.
+  return CStream && ::ferror_unlocked(CStream);
 }
 
 GeLineBufStdout::int_type GeLineBufStdout::overflow(int_type Ch) {
