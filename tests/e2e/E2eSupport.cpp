@@ -150,22 +150,35 @@ long long ModifiedNs(const std::string &Path) {
          Status.st_mtim.tv_nsec;
 }
 
-void TouchAfter(const std::string &Path, const std::string &Reference) {
-  // File times come from a clock that may lag the real-time clock by a tick;
-  // ten milliseconds clear of the reference is newer on every file system
-  // with sub-second times.
-  const long long Wanted = ModifiedNs(Reference) + 10000000LL;
-  timespec Now{};
-  for (;;) {
-    clock_gettime(CLOCK_REALTIME, &Now);
-    if (static_cast<long long>(Now.tv_sec) * 1000000000LL + Now.tv_nsec >
-        Wanted)
-      break;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  const timespec Times[2] = {Now, Now};
+namespace {
+
+/// Sets the modification time of Path to the file system's own clock, the
+/// clock that stamps every write, and returns it.
+long long TouchNow(const std::string &Path) {
+  const timespec Times[2] = {{0, UTIME_NOW}, {0, UTIME_NOW}};
   if (utimensat(AT_FDCWD, Path.c_str(), Times, 0) != 0)
     throw std::runtime_error("cannot touch " + Path);
+  return ModifiedNs(Path);
+}
+
+} // namespace
+
+void TouchAfter(const std::string &Path, const std::string &Reference) {
+  // File times come from the kernel's coarse clock, which lags the real-time
+  // clock by up to a tick. Stamping with that same clock (UTIME_NOW) and
+  // waiting on it both ways keeps the order exact: Path is newer than
+  // Reference, and anything written after this returns is newer than Path.
+  const long long Old = ModifiedNs(Reference);
+  long long Touched = TouchNow(Path);
+  while (Touched <= Old) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    Touched = TouchNow(Path);
+  }
+  const std::string Probe = Path + ".clock-probe";
+  WriteFile(Probe, "");
+  while (TouchNow(Probe) <= Touched)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  unlink(Probe.c_str());
 }
 
 namespace {

@@ -127,9 +127,9 @@ std::string CPackProgram();
 
 /// The modification time of Path in nanoseconds.
 long long ModifiedNs(const std::string &Path);
-/// Sets the modification time of Path to the current time, after waiting
-/// until the clock is clearly past the modification time of Reference, so
-/// that Path is newer than Reference even on coarse file clocks.
+/// Sets the modification time of Path to the file system's current time, so
+/// that Path is newer than Reference and older than any file written after
+/// the call returns, even on coarse file clocks.
 void TouchAfter(const std::string &Path, const std::string &Reference);
 
 /// Every name in Folder (none when it cannot be read).
