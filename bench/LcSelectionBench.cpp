@@ -6,6 +6,7 @@
 // that is set, else to a file in the temporary folder.
 #include "bench/BenchManifestGenerator.h"
 #include "console/MsConsole.h"
+#include "general/GeDisk.h"
 #include "tool/LcMessages.h"
 #include "tool/LcManifestReader.h"
 #include "tool/LcSelection.h"
@@ -70,7 +71,7 @@ void RunRequest(benchmark::State &State, const LcSelectionRequest &Request,
                 int Passes) {
   for (auto _ : State) {
     LcResetOutputOpened();
-    LcRunSelection(Request);
+    LcRunSelection(MsGetConsole(), GeDefaultDisk(), Request);
   }
   State.SetBytesProcessed(State.iterations() * Passes * Files().ManifestBytes);
   State.counters["records_MB"] =
@@ -118,7 +119,7 @@ void BM_ReaderPass(benchmark::State &State) {
     LcManifestReader Reader(LcManifestReader::DefaultBlockSize, Kind);
     if (State.range(0))
       Reader.SetKeyFilter(Selector.KeyFilter());
-    Reader.Open(Files().Manifest);
+    Reader.Open(MsGetConsole(), GeDefaultDisk(), Files().Manifest);
     while (!Reader.AtEnd()) {
       Attributes += Reader.Current().size();
       Reader.Advance();

@@ -4,6 +4,7 @@
 #define CONSOLE_MSCONSOLE_H
 
 #include "console/MsMessageContent.h"
+#include "general/GeDisk.h"
 #include "sourcepos/DiSourcePosition.h"
 
 #include <cstdint>
@@ -135,7 +136,17 @@ public:
                               const DiSourcePosition &Pos) = 0;
   };
 
+  explicit MsConsole(GeDiskInterface &TheDisk = GeDefaultDisk())
+      : FileDisk(TheDisk) {}
+  MsConsole(const MsConsole &) = delete;
+  MsConsole &operator=(const MsConsole &) = delete;
   virtual ~MsConsole();
+
+  /// The disk on which the files that the console itself opens (dependency
+  /// lists, option dumps) are written. Given at construction; a console made
+  /// without one uses the one stateless real disk of the process, which is
+  /// what the process-wide console does.
+  GeDiskInterface &Disk() const { return FileDisk; }
 
   // --- Message subsystems and tags -------------------------------------
 
@@ -297,6 +308,9 @@ public:
   virtual unsigned ErrorCount() const = 0;
   virtual unsigned WarningCount() const = 0;
   virtual bool IsAborted() const = 0;
+
+private:
+  GeDiskInterface &FileDisk;
 };
 
 /// The process-wide console, created on first use together with its

@@ -6,20 +6,16 @@
 #include "console/MsTempFileRegistry.h"
 #include "general/GeInternalFailure.h"
 
-#include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 
 #include <cerrno>
 #include <chrono>
-#include <fcntl.h>
-#include <fstream>
 #include <iostream>
 #include <new>
 #include <random>
 #include <sstream>
 #include <stdexcept>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = boost::filesystem;
@@ -45,17 +41,10 @@ std::mt19937 &Generator() {
   return Engine;
 }
 
-std::ios_base::openmode OpenMode(MsOutputStream::Mode M) {
-  std::ios_base::openmode Flags = std::ios_base::out | std::ios_base::trunc;
-  if (M == MsOutputStream::Mode::Binary)
-    Flags |= std::ios_base::binary;
-  return Flags;
-}
-
 /// Whether anything, even a dangling link, has the name Path.
-bool NameExists(const std::string &Path) {
-  boost::system::error_code Error;
-  return fs::exists(fs::symlink_status(Path, Error));
+bool NameExists(GeDiskInterface &Disk, const std::string &Path) {
+  GeFileStatus Status;
+  return Disk.LStat(Path, Status) == 0;
 }
 
 /// Owns a file name: removes the file when destroyed while it still owns it.
@@ -64,26 +53,28 @@ bool NameExists(const std::string &Path) {
 class RemoveGuard {
 public:
   RemoveGuard() = default;
-  /// Takes over FilePath, which the caller has just made; call it inside a
-  /// MsTempFileRegistry::SignalBlock together with the making of the file.
-  /// When the registry cannot list the name, the file is removed and the
-  /// exception passed on.
-  explicit RemoveGuard(std::string FilePath) : Path(std::move(FilePath)) {
+  /// Takes over FilePath, which the caller has just made on Disk; call it
+  /// inside a MsTempFileRegistry::SignalBlock together with the making of
+  /// the file. When the registry cannot list the name, the file is removed
+  /// and the exception passed on.
+  RemoveGuard(GeDiskInterface &FileDisk, std::string FilePath)
+      : Disk(&FileDisk), Path(std::move(FilePath)) {
     try {
       MsTempFileRegistry::Add(Path);
     } catch (...) {
-      ::unlink(Path.c_str());
+      Disk->Remove(Path);
       throw;
     }
     Owning = true;
   }
   RemoveGuard(RemoveGuard &&Other) noexcept
-      : Path(std::move(Other.Path)), Owning(Other.Owning) {
+      : Disk(Other.Disk), Path(std::move(Other.Path)), Owning(Other.Owning) {
     Other.Owning = false;
   }
   RemoveGuard &operator=(RemoveGuard &&Other) noexcept {
     if (this != &Other) {
       RemoveNow();
+      Disk = Other.Disk;
       Path = std::move(Other.Path);
       Owning = Other.Owning;
       Other.Owning = false;
@@ -109,10 +100,11 @@ private:
       return;
     Owning = false;
     MsTempFileRegistry::SignalBlock Block;
-    ::unlink(Path.c_str());
+    Disk->Remove(Path);
     MsTempFileRegistry::Remove(Path);
   }
 
+  GeDiskInterface *Disk = nullptr;
   std::string Path;
   bool Owning = false;
 };
@@ -128,28 +120,6 @@ public:
 protected:
   void Report(MsMessageNumber Number) {
     Console.Report(MsMakeTag(Number), MsConsole::ErrorFixed, TargetPath);
-  }
-
-  /// Checks, flushes and closes Taken: a stream that failed while writing
-  /// is reported as Ms004, a failed flush or close as Ms005. Answers whether
-  /// all went well.
-  bool FinishStream(std::ofstream &Taken) {
-    if (Taken.fail()) {
-      Report(MsMsgWriteProblem);
-      Taken.close();
-      return false;
-    }
-    Taken.flush();
-    if (!Taken.good()) {
-      Report(MsMsgCloseProblem);
-      return false;
-    }
-    Taken.close();
-    if (Taken.fail()) {
-      Report(MsMsgCloseProblem);
-      return false;
-    }
-    return true;
   }
 
   /// Runs Steps (which answers whether the file was written) once; the
@@ -178,36 +148,27 @@ protected:
   bool Written = false;
 };
 
-/// Writes into a temporary file next to the file the target leads to and
-/// renames it onto that file on success. A special target (a device) is
-/// written in place.
-class TempFile : public FileBase {
+/// A file of the Temp or Volatile kind: a stream on a file opened on the
+/// disk, and the guard of the file that has to go after a failure (none for
+/// a target written in place). Text and binary mode write the same bytes on
+/// this system.
+class DiskFile : public FileBase {
 public:
-  TempFile(MsConsole &TheConsole, const std::string &Target,
-           MsOutputStream::Mode M)
-      : FileBase(TheConsole, Target) {
-    if (WrittenInPlace(Target, Destination)) {
-      Out.open(Target, OpenMode(M));
-    } else {
-      Guard = CreateTemporary(Destination);
-      Out.open(Guard.FilePath(), OpenMode(M));
-    }
-    if (!Out.good())
-      throw std::runtime_error("open failed");
-  }
+  DiskFile(MsConsole &TheConsole, GeDiskInterface &FileDisk,
+           const std::string &Target)
+      : FileBase(TheConsole, Target), Disk(FileDisk) {}
 
-  std::ostream &Stream() override { return Out; }
+  std::ostream &Stream() override { return *Out; }
 
   bool Close() override {
     return CloseOnce([this] {
-      // Taken over, so that the temporary file goes whatever happens below:
-      // the stream is closed first, then the guard removes the file unless
-      // it was released.
-      RemoveGuard Temporary(std::move(Guard));
-      std::ofstream Taken(std::move(Out));
-      if (!FinishStream(Taken))
+      // Taken over, so that the file goes whatever happens below: the stream
+      // is closed first, then the guard removes the file unless it was
+      // released.
+      RemoveGuard Owned(std::move(Guard));
+      if (!FinishStream())
         return false;
-      if (!Temporary.FilePath().empty() && !Replace(Temporary)) {
+      if (!Keep(Owned)) {
         Report(MsMsgCloseProblem);
         return false;
       }
@@ -216,17 +177,75 @@ public:
     });
   }
 
+protected:
+  /// Opens Path for writing, truncated; throws "open failed" when it cannot
+  /// be opened.
+  void OpenStream(const std::string &Path) {
+    int Handle = -1;
+    if (Disk.OpenWrite(Path, GeWriteMode::Truncate, Handle) != 0)
+      throw std::runtime_error("open failed");
+    Out = std::make_unique<GeDiskOutStream>(Disk, Handle);
+  }
+
+  /// Makes the file that was written well the target; Owned is the guard
+  /// taken over from Guard. Answers false when that fails.
+  virtual bool Keep(RemoveGuard &Owned) = 0;
+
+  GeDiskInterface &Disk;
+  RemoveGuard Guard;
+  std::unique_ptr<GeDiskOutStream> Out;
+
+private:
+  /// Checks, flushes and closes the stream: a stream that failed while
+  /// writing is reported as Ms004, a failed flush or close as Ms005. Answers
+  /// whether all went well.
+  bool FinishStream() {
+    if (Out->fail()) {
+      Report(MsMsgWriteProblem);
+      Out->Close();
+      return false;
+    }
+    Out->flush();
+    if (!Out->good()) {
+      Report(MsMsgCloseProblem);
+      Out->Close();
+      return false;
+    }
+    Out->Close();
+    if (Out->fail()) {
+      Report(MsMsgCloseProblem);
+      return false;
+    }
+    return true;
+  }
+};
+
+/// Writes into a temporary file next to the file the target leads to and
+/// renames it onto that file on success. A special target (a device) is
+/// written in place.
+class TempFile : public DiskFile {
+public:
+  TempFile(MsConsole &TheConsole, GeDiskInterface &FileDisk,
+           const std::string &Target)
+      : DiskFile(TheConsole, FileDisk, Target) {
+    if (WrittenInPlace(Target)) {
+      OpenStream(Target);
+    } else {
+      int Handle = CreateTemporary();
+      Out = std::make_unique<GeDiskOutStream>(Disk, Handle);
+    }
+  }
+
 private:
   /// Whether Target is written in place; if not, sets Destination to the
   /// file that the temporary file replaces. Throws "open failed" for a loop
   /// of links.
-  static bool WrittenInPlace(const std::string &Target,
-                             std::string &Destination) {
-    struct stat Seen;
-    const bool Exists = ::stat(Target.c_str(), &Seen) == 0;
-    if (Exists && !S_ISREG(Seen.st_mode))
+  bool WrittenInPlace(const std::string &Target) {
+    GeFileStatus Seen;
+    const bool Exists = Disk.Stat(Target, Seen) == 0;
+    if (Exists && Seen.Type != GeFileStatus::Kind::Regular)
       return true;
-    Destination = MsOutputStream::FollowLinks(Target);
+    Destination = MsOutputStream::FollowLinks(Target, Disk);
     if (Destination.empty())
       throw std::runtime_error("open failed");
     if (!Exists)
@@ -234,86 +253,78 @@ private:
     // Following the links by name must reach the file the system reached;
     // a link whose text is no path (/proc/self/fd/1 of a deleted file) does
     // not, and the file is then written in place.
-    struct stat Reached;
-    return ::lstat(Destination.c_str(), &Reached) != 0 ||
-           !S_ISREG(Reached.st_mode) || Reached.st_dev != Seen.st_dev ||
-           Reached.st_ino != Seen.st_ino;
+    GeFileStatus Reached;
+    return Disk.LStat(Destination, Reached) != 0 ||
+           Reached.Type != GeFileStatus::Kind::Regular ||
+           Reached.Device != Seen.Device || Reached.Inode != Seen.Inode;
   }
 
   /// Creates a new empty temporary file next to Destination, under a name
-  /// that no file had, and answers its guard. No signal falls between the
-  /// creation and the listing of the name.
-  static RemoveGuard CreateTemporary(const std::string &Destination) {
+  /// that no file had, sets Guard to it and answers its open handle. No
+  /// signal falls between the creation and the listing of the name.
+  int CreateTemporary() {
     const std::string Folder = fs::path(Destination).parent_path().string();
     for (;;) {
-      std::string Candidate = MsOutputStream::TempFilePath(Folder);
+      std::string Candidate = MsOutputStream::TempFilePath(Folder, Disk);
       MsTempFileRegistry::SignalBlock Block;
-      int Handle = ::open(Candidate.c_str(),
-                          O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-      if (Handle >= 0) {
-        ::close(Handle);
-        return RemoveGuard(std::move(Candidate));
+      int Handle = -1;
+      const int Error =
+          Disk.OpenWrite(Candidate, GeWriteMode::CreateExclusive, Handle);
+      if (Error == 0) {
+        try {
+          Guard = RemoveGuard(Disk, std::move(Candidate));
+        } catch (...) {
+          Disk.Close(Handle);
+          throw;
+        }
+        return Handle;
       }
       // Someone took the name between the check and the creation.
-      if (errno != EEXIST)
+      if (Error != EEXIST)
         throw std::runtime_error("open failed");
     }
   }
 
   /// Renames the temporary file onto the destination in one step, so that
   /// the destination is never missing; a failed rename leaves it as it was.
-  /// Releases the guard on success.
-  bool Replace(RemoveGuard &Temporary) {
+  /// Releases the guard on success. A target written in place has nothing
+  /// to rename.
+  bool Keep(RemoveGuard &Temporary) override {
+    if (Temporary.FilePath().empty())
+      return true;
     MsTempFileRegistry::SignalBlock Block;
-    if (::rename(Temporary.FilePath().c_str(), Destination.c_str()) != 0)
+    if (Disk.Rename(Temporary.FilePath(), Destination) != 0)
       return false;
     Temporary.Release();
     return true;
   }
 
-  RemoveGuard Guard;
   std::string Destination;
-  std::ofstream Out;
 };
 
 /// Writes the target in place, after removing the old one; removes it again
 /// when writing fails. A special target (a device) is neither removed
 /// before nor after.
-class VolatileFile : public FileBase {
+class VolatileFile : public DiskFile {
 public:
-  VolatileFile(MsConsole &TheConsole, const std::string &Target,
-               MsOutputStream::Mode M)
-      : FileBase(TheConsole, Target) {
-    if (MsOutputStream::IsSpecialFile(Target)) {
-      Out.open(Target, OpenMode(M));
-    } else {
-      MsTempFileRegistry::SignalBlock Block;
-      ::unlink(Target.c_str());
-      Out.open(Target, OpenMode(M));
-      if (Out.is_open())
-        Guard = RemoveGuard(Target);
+  VolatileFile(MsConsole &TheConsole, GeDiskInterface &FileDisk,
+               const std::string &Target)
+      : DiskFile(TheConsole, FileDisk, Target) {
+    if (MsOutputStream::IsSpecialFile(Target, Disk)) {
+      OpenStream(Target);
+      return;
     }
-    if (!Out.good())
-      throw std::runtime_error("open failed");
-  }
-
-  std::ostream &Stream() override { return Out; }
-
-  bool Close() override {
-    return CloseOnce([this] {
-      RemoveGuard Target(std::move(Guard));
-      std::ofstream Taken(std::move(Out));
-      if (!FinishStream(Taken))
-        return false;
-      Target.Release();
-      Console.NotifyOutputFileWritten(TargetPath);
-      return true;
-    });
+    MsTempFileRegistry::SignalBlock Block;
+    Disk.Remove(Target);
+    OpenStream(Target);
+    Guard = RemoveGuard(Disk, Target);
   }
 
 private:
-  RemoveGuard Guard;
-  std::ofstream Out;
+  bool Keep(RemoveGuard &Target) override {
+    Target.Release();
+    return true;
+  }
 };
 
 /// Gathers the text in memory and writes it to standard output when it is
@@ -361,6 +372,12 @@ private:
 std::unique_ptr<MsOutputStream::OutFile>
 MsOutputStream::Open(MsConsole &Console, Kind K, const std::string &Path,
                      Mode M) {
+  return Open(Console, Console.Disk(), K, Path, M);
+}
+
+std::unique_ptr<MsOutputStream::OutFile>
+MsOutputStream::Open(MsConsole &Console, GeDiskInterface &Disk, Kind K,
+                     const std::string &Path, Mode M) {
   if (K == Kind::Console) {
     if (M != Mode::Text)
       GeInternalFailure("MsOutputStream: console opened in non-text mode");
@@ -368,40 +385,44 @@ MsOutputStream::Open(MsConsole &Console, Kind K, const std::string &Path,
   }
   if (Path == "-")
     return std::make_unique<ConsoleFile>(Console, Path);
-  boost::system::error_code Error;
-  if (Path.empty() || fs::is_directory(Path, Error)) {
+  GeFileStatus Status;
+  if (Path.empty() || (Disk.Stat(Path, Status) == 0 &&
+                       Status.Type == GeFileStatus::Kind::Directory)) {
     Console.Report(MsMakeTag(MsMsgIllegalPath), MsConsole::ErrorFixed, Path);
     return nullptr;
   }
   try {
     if (K == Kind::Temp)
-      return std::make_unique<TempFile>(Console, Path, M);
-    return std::make_unique<VolatileFile>(Console, Path, M);
+      return std::make_unique<TempFile>(Console, Disk, Path);
+    return std::make_unique<VolatileFile>(Console, Disk, Path);
   } catch (const std::runtime_error &) {
     Console.Report(MsMakeTag(MsMsgCannotWrite), MsConsole::ErrorFixed, Path);
     return nullptr;
   }
 }
 
-bool MsOutputStream::IsSpecialFile(const std::string &Path) {
-  boost::system::error_code Error;
-  fs::file_status Status = fs::status(Path, Error);
-  return !Error && fs::exists(Status) && !fs::is_regular_file(Status) &&
-         !fs::is_directory(Status);
+bool MsOutputStream::IsSpecialFile(const std::string &Path,
+                                   GeDiskInterface &Disk) {
+  GeFileStatus Status;
+  return Disk.Stat(Path, Status) == 0 &&
+         Status.Type != GeFileStatus::Kind::Regular &&
+         Status.Type != GeFileStatus::Kind::Directory;
 }
 
-std::string MsOutputStream::FollowLinks(const std::string &Path) {
+std::string MsOutputStream::FollowLinks(const std::string &Path,
+                                        GeDiskInterface &Disk) {
   // The limit the system itself applies to a chain of links.
   constexpr int MaxLinks = 40;
   fs::path Current(Path);
   for (int Links = 0; Links <= MaxLinks; ++Links) {
-    struct stat Info;
-    if (::lstat(Current.c_str(), &Info) != 0 || !S_ISLNK(Info.st_mode))
+    GeFileStatus Status;
+    if (Disk.LStat(Current.string(), Status) != 0 ||
+        Status.Type != GeFileStatus::Kind::Link)
       return Current.string();
-    boost::system::error_code Error;
-    fs::path Text = fs::read_symlink(Current, Error);
-    if (Error)
+    std::string LinkText;
+    if (Disk.ReadLink(Current.string(), LinkText) != 0)
       return Current.string();
+    const fs::path Text(LinkText);
     Current = Text.is_absolute() ? Text : Current.parent_path() / Text;
   }
   return std::string();
@@ -411,8 +432,8 @@ namespace {
 
 /// What a path names, for telling whether two paths name the same file.
 struct FileIdentity {
-  dev_t Device = 0;
-  ino_t Inode = 0;
+  std::uint64_t Device = 0;
+  std::uint64_t Inode = 0;
   /// Empty for an existing file; else the last component of the name, the
   /// device and inode being those of its folder.
   std::string Name;
@@ -422,37 +443,43 @@ struct FileIdentity {
   }
 };
 
-bool Identify(const std::string &Path, FileIdentity &Identity) {
+bool Identify(GeDiskInterface &Disk, const std::string &Path,
+              FileIdentity &Identity) {
   if (Path.empty())
     return false;
-  struct stat Info;
-  if (::stat(Path.c_str(), &Info) == 0) {
-    Identity = FileIdentity{Info.st_dev, Info.st_ino, std::string()};
+  GeFileStatus Info;
+  const int Error = Disk.Stat(Path, Info);
+  if (Error == 0) {
+    Identity = FileIdentity{Info.Device, Info.Inode, std::string()};
     return true;
   }
-  if (errno != ENOENT)
+  if (Error != ENOENT)
     return false;
-  const fs::path Followed(MsOutputStream::FollowLinks(Path));
+  const fs::path Followed(MsOutputStream::FollowLinks(Path, Disk));
   if (Followed.empty())
     return false;
   std::string Folder = Followed.parent_path().string();
   if (Folder.empty())
     Folder = ".";
-  if (::stat(Folder.c_str(), &Info) != 0 || !S_ISDIR(Info.st_mode))
+  if (Disk.Stat(Folder, Info) != 0 ||
+      Info.Type != GeFileStatus::Kind::Directory)
     return false;
   Identity =
-      FileIdentity{Info.st_dev, Info.st_ino, Followed.filename().string()};
+      FileIdentity{Info.Device, Info.Inode, Followed.filename().string()};
   return true;
 }
 
 } // namespace
 
-bool MsOutputStream::SameFile(const std::string &A, const std::string &B) {
+bool MsOutputStream::SameFile(const std::string &A, const std::string &B,
+                              GeDiskInterface &Disk) {
   FileIdentity First, Second;
-  return Identify(A, First) && Identify(B, Second) && First == Second;
+  return Identify(Disk, A, First) && Identify(Disk, B, Second) &&
+         First == Second;
 }
 
-std::string MsOutputStream::TempFilePath(const std::string &Folder) {
+std::string MsOutputStream::TempFilePath(const std::string &Folder,
+                                         GeDiskInterface &Disk) {
   std::mt19937 &Engine = Generator();
   const fs::path Base(Folder);
   for (;;) {
@@ -461,7 +488,7 @@ std::string MsOutputStream::TempFilePath(const std::string &Folder) {
       Ch = NameCharacters[Engine() % NameCharacterCount];
     Name += TempExtension;
     std::string Candidate = Folder.empty() ? Name : (Base / Name).string();
-    if (!NameExists(Candidate))
+    if (!NameExists(Disk, Candidate))
       return Candidate;
   }
 }

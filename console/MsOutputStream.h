@@ -3,6 +3,8 @@
 #ifndef CONSOLE_MSOUTPUTSTREAM_H
 #define CONSOLE_MSOUTPUTSTREAM_H
 
+#include "general/GeDisk.h"
+
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
@@ -68,20 +70,30 @@ public:
     virtual const std::string &Path() const = 0;
   };
 
-  /// Opens Path as an output file of kind K. For the Temp and Volatile kinds
-  /// reports Ms006 (empty path, existing folder) or Ms003 (the file cannot be
-  /// opened) to Console and answers null; "-" opens a Console file instead.
-  /// For the Console kind Path only names the output in messages;
-  /// Mode::Binary is the internal failure "MsOutputStream: console opened in
-  /// non-text mode".
+  /// Opens Path on Disk as an output file of kind K. For the Temp and
+  /// Volatile kinds reports Ms006 (empty path, existing folder) or Ms003 (the
+  /// file cannot be opened) to Console and answers null; "-" opens a Console
+  /// file instead. For the Console kind Path only names the output in
+  /// messages; Mode::Binary is the internal failure "MsOutputStream: console
+  /// opened in non-text mode". Text and binary mode write the same bytes.
+  /// The file borrows Disk, which must outlive it.
+  static std::unique_ptr<OutFile> Open(MsConsole &Console,
+                                       GeDiskInterface &Disk, Kind K,
+                                       const std::string &Path,
+                                       Mode M = Mode::Text);
+  /// The same on the console's own disk (MsConsole::Disk).
   static std::unique_ptr<OutFile> Open(MsConsole &Console, Kind K,
                                        const std::string &Path,
                                        Mode M = Mode::Text);
 
+  // The questions below look at Disk, by default the real disk of the
+  // process: they open nothing.
+
   /// Whether Path names an existing file that is neither a regular file
   /// nor a folder (a device, a pipe), which the Temp and Volatile kinds
   /// write in place. Links are followed.
-  static bool IsSpecialFile(const std::string &Path);
+  static bool IsSpecialFile(const std::string &Path,
+                            GeDiskInterface &Disk = GeDefaultDisk());
 
   /// The path of the file Path leads to when its chain of symbolic links is
   /// followed by name: each link is replaced by its text, a relative text
@@ -89,20 +101,23 @@ public:
   /// last path of the chain when that does not exist (a dangling link).
   /// Empty after 40 links (a loop). Links in folder names are left alone:
   /// they lead to the same folder either way.
-  static std::string FollowLinks(const std::string &Path);
+  static std::string FollowLinks(const std::string &Path,
+                                 GeDiskInterface &Disk = GeDefaultDisk());
 
   /// Whether A and B name the same file, however they are spelt: the same
   /// device and inode for files that exist (links followed, so a hard link
   /// and a symbolic link count as the file itself); for a name that does not
   /// exist yet, the same folder and the same last component once links are
   /// followed. False when either cannot be looked at.
-  static bool SameFile(const std::string &A, const std::string &B);
+  static bool SameFile(const std::string &A, const std::string &B,
+                       GeDiskInterface &Disk = GeDefaultDisk());
 
   /// A path in Folder (the current folder when empty) for a new temporary
   /// file: eight characters from A-Z, a-z, 0-9, each the next output of the
   /// process-wide MT19937 generator modulo 62, then ".tmp"; drawn again
   /// while a file of that name exists. The file is not created.
-  static std::string TempFilePath(const std::string &Folder);
+  static std::string TempFilePath(const std::string &Folder,
+                                  GeDiskInterface &Disk = GeDefaultDisk());
 
   /// Seeds the process-wide generator with Seed. Without a call it is
   /// seeded once, on first use, from the current time XOR the process id.

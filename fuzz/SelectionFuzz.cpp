@@ -6,7 +6,9 @@
 // first NUL byte, then the manifest. Bit 0 of the settings byte runs the
 // selection into a file, bit 1 into standard output (both cost file system
 // work, so not every input pays for them).
+#include "console/MsConsole.h"
 #include "fuzz/FuzzSupport.h"
+#include "general/GeDisk.h"
 #include "tool/LcSelection.h"
 
 #include <cstddef>
@@ -144,7 +146,7 @@ void RunSelection(const std::string &ManifestPath,
   Request.Groups = List;
   Request.Packages = List;
   LcResetOutputOpened();
-  LcRunSelection(Request);
+  LcRunSelection(MsGetConsole(), GeDefaultDisk(), Request);
   Require(LcOutputOpened());
 }
 

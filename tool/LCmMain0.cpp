@@ -140,7 +140,7 @@ std::int32_t LCmMain0::Run(int Argc, char **Argv) {
 
   std::ostringstream Summary;
   try {
-    LcRunSelection(Request);
+    LcRunSelection(Console, Console.Disk(), Request);
   } catch (const MsConsoleException &) {
     // A file could not be opened or written: the remaining passes are
     // skipped and the exit status is the console's.

@@ -34,6 +34,8 @@ void LcReportInternalFailure(const char *Message) {
   Reporting = true;
   std::string Prefix = ProgramPrefix;
   std::string Text = Message;
+  // A defect may be found anywhere, by code that holds no console, so this
+  // routine takes the process-wide one from its accessor.
   MsGetConsole().ReportFatalText(Prefix, Text);
   std::exit(1);
 }

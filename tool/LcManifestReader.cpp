@@ -5,7 +5,9 @@
 #include "tool/LcByteMaskKernels.h"
 #include "tool/LcMessages.h"
 
-#include <boost/iostreams/device/file_descriptor.hpp>
+#include "general/GeDisk.h"
+
+#include <boost/iostreams/categories.hpp>
 
 #include <algorithm>
 #include <cstring>
@@ -14,14 +16,41 @@
 #include <streambuf>
 #include <string>
 
-#include <sys/stat.h>
 
-/// The manifest file the reader opened, read straight into the reader's
-/// buffer without a stream buffer in between.
-class LcManifestReader::FileSource
-    : public boost::iostreams::file_descriptor_source {
+/// The manifest file the reader opened: a Boost.Iostreams source on a file
+/// opened on a disk, read straight into the reader's buffer without a stream
+/// buffer in between. Like a file descriptor source, read answers -1 at the
+/// end of the file and throws std::ios_base::failure on a read error. Owns
+/// the handle; borrows the disk.
+class LcManifestReader::FileSource {
 public:
-  using boost::iostreams::file_descriptor_source::file_descriptor_source;
+  using char_type = char;
+  using category = boost::iostreams::source_tag;
+
+  FileSource(GeDiskInterface &FileDisk, int FileHandle)
+      : Disk(FileDisk), Handle(FileHandle) {}
+  ~FileSource() { Disk.Close(Handle); }
+  FileSource(const FileSource &) = delete;
+  FileSource &operator=(const FileSource &) = delete;
+
+  std::streamsize read(char *Into, std::streamsize Wanted) {
+    std::size_t Got = 0;
+    if (Disk.Read(Handle, Into, static_cast<std::size_t>(Wanted), Got) != 0)
+      throw std::ios_base::failure("failed reading");
+    return Got == 0 ? -1 : static_cast<std::streamsize>(Got);
+  }
+
+  /// Whether the file is a folder, which opens for reading but cannot be
+  /// read as a manifest.
+  bool IsDirectory() const {
+    GeFileStatus Status;
+    return Disk.StatHandle(Handle, Status) == 0 &&
+           Status.Type == GeFileStatus::Kind::Directory;
+  }
+
+private:
+  GeDiskInterface &Disk;
+  int Handle;
 };
 
 void LcKeyFilter::Keep(std::size_t Length, const std::bitset<256> &Initials) {
@@ -49,11 +78,6 @@ bool LcKeyFilter::KeepsLong(std::string_view Key) const {
 }
 
 namespace {
-bool IsDirectory(int Handle) {
-  struct stat Status;
-  return fstat(Handle, &Status) == 0 && S_ISDIR(Status.st_mode);
-}
-
 inline unsigned LowestBit(std::uint64_t Mask) {
   return static_cast<unsigned>(__builtin_ctzll(Mask));
 }
@@ -190,20 +214,18 @@ void LcManifestReader::SetKeyFilter(const LcKeyFilter &NewFilter) {
   Skims = true;
 }
 
-void LcManifestReader::Open(const std::string &Path) {
+void LcManifestReader::Open(MsConsole &Console, GeDiskInterface &Disk,
+                            const std::string &Path) {
   Close();
   std::unique_ptr<FileSource> Source;
-  try {
-    Source = std::make_unique<FileSource>(
-        Path, std::ios_base::in | std::ios_base::binary);
-    // A directory opens for reading but cannot be read as a manifest.
-    if (!Source->is_open() || IsDirectory(Source->handle()))
+  int Handle = -1;
+  if (Disk.OpenRead(Path, Handle) == 0) {
+    Source = std::make_unique<FileSource>(Disk, Handle);
+    if (Source->IsDirectory())
       Source.reset();
-  } catch (const std::ios_base::failure &) {
-    Source.reset();
   }
   if (!Source) {
-    LcReport(LcMsgCouldNotOpen, Path);
+    LcReport(Console, LcMsgCouldNotOpen, Path);
     throw MsConsoleException();
   }
   File = std::move(Source);

@@ -16,6 +16,9 @@
 #include <utility>
 #include <vector>
 
+class GeDiskInterface;
+class MsConsole;
+
 /// One attribute of a manifest record: a line of the form key=value, split at
 /// its first "=". The key and the value are views into the reader's block
 /// buffer and stay valid until the reader reads the next record.
@@ -153,10 +156,11 @@ public:
   /// The attributes the records read from now on keep.
   void SetKeyFilter(const LcKeyFilter &Filter);
 
-  /// Opens the manifest file Path for reading in binary mode and reads its
-  /// first record. When the file cannot be opened, or names a directory,
-  /// reports Lc002 with Path and throws MsConsoleException.
-  void Open(const std::string &Path);
+  /// Opens the manifest file Path on Disk for reading and reads its first
+  /// record. When the file cannot be opened, or names a directory, reports
+  /// Lc002 with Path to Console and throws MsConsoleException. The reader
+  /// borrows Disk until Close.
+  void Open(MsConsole &Console, GeDiskInterface &Disk, const std::string &Path);
   /// Reads from Stream and reads its first record.
   void Open(std::istream &Stream);
 

@@ -14,9 +14,9 @@ void LcRegisterMessages(MsConsole &Console) {
                        LcMessageCount);
 }
 
-void LcReport(LcMessageNumber Number, const std::string &FillIn) {
+void LcReport(MsConsole &Console, LcMessageNumber Number,
+              const std::string &FillIn) {
   if (Number < LcFirstMessage || Number >= LcFirstMessage + LcMessageCount)
     GeInternalFailure("LcReport: no message Lc" + std::to_string(Number));
-  MsGetConsole().Report(LcTag(Number), LcMessageTable[Number].DefaultLevel,
-                        FillIn);
+  Console.Report(LcTag(Number), LcMessageTable[Number].DefaultLevel, FillIn);
 }

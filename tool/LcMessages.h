@@ -32,8 +32,9 @@ inline MsTag LcTag(LcMessageNumber Number) {
 /// console releases its first message.
 void LcRegisterMessages(MsConsole &Console);
 
-/// Reports message Number of the "Lc" subsystem to the process-wide console,
-/// at the message's default level, with FillIn for its "%sq".
-void LcReport(LcMessageNumber Number, const std::string &FillIn);
+/// Reports message Number of the "Lc" subsystem to Console, at the message's
+/// default level, with FillIn for its "%sq".
+void LcReport(MsConsole &Console, LcMessageNumber Number,
+              const std::string &FillIn);
 
 #endif

@@ -5,20 +5,16 @@
 #include "console/MsConsole.h"
 #include "console/MsMessages.h"
 #include "console/MsOutputStream.h"
-#include "tool/CoutSink.h"
+#include "general/GeDisk.h"
 #include "tool/LcManifestReader.h"
-#include "tool/LcMessages.h"
+#include "tool/LcManifestSource.h"
+#include "tool/LcPassOutput.h"
 
 #include <boost/algorithm/string/predicate.hpp>
-#include <boost/iostreams/device/file_descriptor.hpp>
-#include <boost/iostreams/stream.hpp>
 
 #include <bitset>
-#include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <istream>
 #include <iterator>
 #include <locale>
@@ -28,8 +24,6 @@
 #include <string_view>
 #include <utility>
 
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,105 +32,6 @@ namespace {
 /// Set once any pass has opened the output; later passes append.
 bool OutputOpenedFlag = false;
 
-/// Selected names are gathered into pieces of this size before they are
-/// written.
-constexpr std::size_t OutputChunkSize = 64 * 1024;
-
-/// Reports that writing the output Path failed and stops the run.
-[[noreturn]] void ReportWriteFailure(const std::string &Path) {
-  MsGetConsole().Report(MsMakeTag(MsMsgWriteProblem), MsConsole::ErrorFixed,
-                        Path);
-  throw MsConsoleException();
-}
-
-/// Closes a descriptor it owns.
-class Descriptor {
-public:
-  Descriptor() = default;
-  explicit Descriptor(int Handle) : Fd(Handle) {}
-  Descriptor(Descriptor &&Other) noexcept : Fd(std::exchange(Other.Fd, -1)) {}
-  Descriptor &operator=(Descriptor &&Other) noexcept {
-    std::swap(Fd, Other.Fd);
-    return *this;
-  }
-  Descriptor(const Descriptor &) = delete;
-  Descriptor &operator=(const Descriptor &) = delete;
-  ~Descriptor() {
-    if (Fd >= 0)
-      ::close(Fd);
-  }
-  int Get() const { return Fd; }
-  bool IsOpen() const { return Fd >= 0; }
-  /// Gives the descriptor up without closing it.
-  int Release() { return std::exchange(Fd, -1); }
-
-private:
-  int Fd = -1;
-};
-
-/// Writes Size bytes of Data to Handle, through short writes and
-/// interruptions; answers whether all were written.
-bool WriteFully(int Handle, const char *Data, std::size_t Size) {
-  while (Size > 0) {
-    const ssize_t Written = ::write(Handle, Data, Size);
-    if (Written < 0) {
-      if (errno == EINTR)
-        continue;
-      return false;
-    }
-    Data += Written;
-    Size -= static_cast<std::size_t>(Written);
-  }
-  return true;
-}
-
-/// Where a pass writes its pieces of names: Write(Context, Data, Size)
-/// writes them all and answers false once the output has failed.
-struct NameSink {
-  bool (*Write)(void *Context, const char *Data, std::size_t Size);
-  void *Context;
-};
-
-/// Gathers the selected names of a pass, each followed by "\n", in a buffer
-/// of its own and hands them to a sink in pieces of about OutputChunkSize
-/// bytes; a name too long for a piece goes to the sink by itself.
-class NameWriter {
-public:
-  explicit NameWriter(NameSink Target)
-      : Sink(Target), Chunk(new char[OutputChunkSize]) {}
-
-  /// Adds Name and "\n"; answers false once the output has failed.
-  bool Add(std::string_view Name) {
-    const std::size_t Size = Name.size();
-    if (Used + Size >= OutputChunkSize) {
-      if (!Flush())
-        return false;
-      if (Size >= OutputChunkSize)
-        return Sink.Write(Sink.Context, Name.data(), Size) &&
-               Sink.Write(Sink.Context, "\n", 1);
-    }
-    std::memcpy(Chunk.get() + Used, Name.data(), Size);
-    Chunk[Used + Size] = '\n';
-    Used += Size + 1;
-    return true;
-  }
-
-  /// Writes what has been gathered; answers false once the output has
-  /// failed.
-  bool Flush() {
-    if (Used != 0)
-      Good = Sink.Write(Sink.Context, Chunk.get(), std::exchange(Used, 0));
-    return Good;
-  }
-
-private:
-  NameSink Sink;
-  std::unique_ptr<char[]> Chunk;
-  std::size_t Used = 0;
-  /// Whether every write so far succeeded.
-  bool Good = true;
-};
-
 /// A sink on a stream: the stream's own state tells whether it failed.
 bool WriteToStream(void *Context, const char *Data, std::size_t Size) {
   auto &Out = *static_cast<std::ostream *>(Context);
@@ -144,195 +39,36 @@ bool WriteToStream(void *Context, const char *Data, std::size_t Size) {
   return static_cast<bool>(Out);
 }
 
-/// The output of one pass, held for the length of the pass: for "-" the
-/// program's own sink on standard output, written through std::cout so that
-/// it follows whatever the program wrote there before; otherwise a Boost
-/// file_descriptor_sink on the output file. The names come in pieces from a
-/// NameWriter, so neither device needs a stream buffer of its own. Every
-/// write is checked to the last byte.
-class PassOutput {
-public:
-  /// Opens OutputPath: truncated the first time any pass opens the output
-  /// in this process, appended to afterwards. Reports Lc002 and throws
-  /// MsConsoleException on failure.
-  explicit PassOutput(const std::string &OutputPath) : Path(OutputPath) {
-    if (Path != "-") {
-      const std::ios_base::openmode Mode =
-          std::ios_base::out | std::ios_base::binary |
-          (OutputOpenedFlag ? std::ios_base::app : std::ios_base::trunc);
-      try {
-        File.open(Path, Mode);
-      } catch (const std::ios_base::failure &) {
-      }
-      if (!File.is_open()) {
-        LcReport(LcMsgCouldNotOpen, Path);
-        throw MsConsoleException();
-      }
-    }
-    OutputOpenedFlag = true;
-  }
-
-  NameSink Sink() { return NameSink{&PassOutput::Write, this}; }
-
-  /// Flushes and closes the output; reports Ms004 and throws
-  /// MsConsoleException when a write, the flush or the close failed.
-  void Finish() {
-    try {
-      if (File.is_open())
-        File.close();
-      else
-        Console.flush();
-    } catch (const std::ios_base::failure &) {
-      Good = false;
-    }
-    if (!Good)
-      ReportWriteFailure(Path);
-  }
-
-private:
-  static bool Write(void *Context, const char *Data, std::size_t Size) {
-    auto &Output = *static_cast<PassOutput *>(Context);
-    if (Output.File.is_open()) {
-      // The device's own write takes a short write for a failure; this
-      // loop goes on through short writes and interruptions instead.
-      Output.Good = WriteFully(Output.File.handle(), Data, Size);
-      return Output.Good;
-    }
-    try {
-      Output.Console.write(Data, static_cast<std::streamsize>(Size));
-    } catch (const std::ios_base::failure &) {
-      Output.Good = false;
-    }
-    return Output.Good;
-  }
-
-  std::string Path;
-  /// The output file; not open for standard output.
-  boost::iostreams::file_descriptor_sink File;
-  CoutSink Console;
-  bool Good = true;
-};
-
-/// Whether Path names a regular file (links followed).
-bool IsRegularFile(const std::string &Path) {
-  struct stat Info;
-  return ::stat(Path.c_str(), &Info) == 0 && S_ISREG(Info.st_mode);
+/// Whether Path names a regular file on Disk (links followed).
+bool IsRegularFile(GeDiskInterface &Disk, const std::string &Path) {
+  GeFileStatus Info;
+  return Disk.Stat(Path, Info) == 0 &&
+         Info.Type == GeFileStatus::Kind::Regular;
 }
 
 /// Whether writing the output would write over the manifest: both are the
 /// same regular file, however spelt; for "-", standard output is that file.
 /// Devices and pipes (a terminal that is both /dev/stdin and /dev/stdout)
-/// are not refused: writing them destroys nothing.
-bool OutputIsManifest(const std::string &OutputPath,
+/// are not refused: writing them destroys nothing. Standard output is the
+/// process's own descriptor, so it is looked at directly.
+bool OutputIsManifest(GeDiskInterface &Disk, const std::string &OutputPath,
                       const std::string &ManifestPath) {
-  if (!IsRegularFile(ManifestPath))
+  if (!IsRegularFile(Disk, ManifestPath))
     return false;
   if (OutputPath != "-")
-    return MsOutputStream::SameFile(OutputPath, ManifestPath);
-  struct stat Output, Manifest;
+    return MsOutputStream::SameFile(OutputPath, ManifestPath, Disk);
+  struct stat Output;
+  GeFileStatus Manifest;
   return ::fstat(STDOUT_FILENO, &Output) == 0 && S_ISREG(Output.st_mode) &&
-         ::stat(ManifestPath.c_str(), &Manifest) == 0 &&
-         Output.st_dev == Manifest.st_dev && Output.st_ino == Manifest.st_ino;
+         Disk.Stat(ManifestPath, Manifest) == 0 &&
+         static_cast<std::uint64_t>(Output.st_dev) == Manifest.Device &&
+         static_cast<std::uint64_t>(Output.st_ino) == Manifest.Inode;
 }
-
-/// The manifest as the passes read it. Each pass opens the file again,
-/// unless it can be read only once (a pipe, a FIFO, a terminal) and more
-/// than one pass reads it: then the first pass copies it into an anonymous
-/// file, in blocks, and every pass reads the copy from its start. The copy
-/// is a memory file (memfd_create), or when the system has none an unnamed
-/// file (O_TMPFILE) in $TMPDIR or /tmp; it has no name, so nothing is left
-/// behind, whatever ends the run.
-class ManifestSource {
-public:
-  ManifestSource(std::string ManifestPath, bool ReadOnce)
-      : Path(std::move(ManifestPath)), Once(ReadOnce) {}
-
-  /// Opens Reader on the manifest. A manifest that cannot be opened is
-  /// reported as Lc002; a copy that cannot be made or written, as Ms003 or
-  /// Ms004 with the copy's name; both throw MsConsoleException.
-  void Open(LcManifestReader &Reader) {
-    if (!Once) {
-      Reader.Open(Path);
-      return;
-    }
-    if (!Copy.IsOpen())
-      MakeCopy();
-    if (::lseek(Copy.Get(), 0, SEEK_SET) != 0)
-      Fail(MsMsgWriteProblem);
-    Stream = std::make_unique<CopyStream>(
-        boost::iostreams::file_descriptor_source(
-            Copy.Get(), boost::iostreams::never_close_handle),
-        LcManifestReader::DefaultBlockSize);
-    Reader.Open(*Stream);
-  }
-
-private:
-  using CopyStream =
-      boost::iostreams::stream<boost::iostreams::file_descriptor_source>;
-  static constexpr std::size_t CopyBlockSize = 64 * 1024;
-
-  void MakeCopy() {
-    Descriptor In(::open(Path.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat Info;
-    if (!In.IsOpen() || ::fstat(In.Get(), &Info) != 0 ||
-        S_ISDIR(Info.st_mode)) {
-      LcReport(LcMsgCouldNotOpen, Path);
-      throw MsConsoleException();
-    }
-    Copy = MakeAnonymousFile();
-    if (!Copy.IsOpen())
-      Fail(MsMsgCannotWrite);
-    std::unique_ptr<char[]> Block(new char[CopyBlockSize]);
-    for (;;) {
-      const ssize_t Read = ::read(In.Get(), Block.get(), CopyBlockSize);
-      if (Read < 0 && errno == EINTR)
-        continue;
-      // A read error ends the input, as it does when the file is read
-      // directly.
-      if (Read <= 0)
-        break;
-      if (!WriteFully(Copy.Get(), Block.get(), static_cast<std::size_t>(Read)))
-        Fail(MsMsgWriteProblem);
-    }
-  }
-
-  /// Opens an anonymous file for reading and writing; sets CopyName to the
-  /// name messages give it.
-  Descriptor MakeAnonymousFile() {
-    CopyName = "memfd:chksel-manifest";
-    Descriptor Memory(::memfd_create("chksel-manifest", MFD_CLOEXEC));
-    if (Memory.IsOpen())
-      return Memory;
-    const char *TmpDir = std::getenv("TMPDIR");
-    for (const char *Folder : {TmpDir, "/tmp"}) {
-      if (!Folder || !*Folder)
-        continue;
-      CopyName = Folder;
-      Descriptor Unnamed(
-          ::open(Folder, O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR));
-      if (Unnamed.IsOpen())
-        return Unnamed;
-    }
-    return Descriptor();
-  }
-
-  [[noreturn]] void Fail(MsMessageNumber Number) {
-    MsGetConsole().Report(MsMakeTag(Number), MsConsole::ErrorFixed, CopyName);
-    throw MsConsoleException();
-  }
-
-  std::string Path;
-  bool Once;
-  Descriptor Copy;
-  std::string CopyName;
-  /// The stream of the current pass over the copy; the reader borrows it.
-  std::unique_ptr<CopyStream> Stream;
-};
 
 /// Writes the name of every record of Reader that Selector selects to Sink.
 void SelectInto(LcManifestReader &Reader, const LcRecordSelector &Selector,
-                NameSink Sink) {
-  NameWriter Writer(Sink);
+                LcNameSink Sink) {
+  LcNameWriter Writer(Sink);
   std::string_view Name;
   try {
     while (!Reader.AtEnd()) {
@@ -354,15 +90,17 @@ void SelectInto(LcManifestReader &Reader, const LcRecordSelector &Selector,
 }
 
 /// One pass of Mode over Source, writing to OutputPath.
-void RunPass(LcSelectionMode Mode, ManifestSource &Source,
-             const std::string &ManifestPath, const std::string &OutputPath,
+void RunPass(MsConsole &Console, GeDiskInterface &Disk, LcSelectionMode Mode,
+             LcManifestSource &Source, const std::string &ManifestPath,
+             const std::string &OutputPath,
              const std::vector<std::string> &Requested) {
-  PassOutput Output(OutputPath);
+  LcPassOutput Output(Console, Disk, OutputPath, OutputOpenedFlag);
+  OutputOpenedFlag = true;
   LcRecordSelector Selector(Mode, Requested);
   LcManifestReader Reader;
   Reader.SetKeyFilter(Selector.KeyFilter());
   Source.Open(Reader);
-  MsGetConsole().AnnounceFile(ManifestPath);
+  Console.AnnounceFile(ManifestPath);
   SelectInto(Reader, Selector, Output.Sink());
   Reader.Close();
   Output.Finish();
@@ -598,7 +336,7 @@ bool LcRecordSelector::Select(const LcRecord &Record,
 
 void LcSelectRecords(LcManifestReader &Reader, const LcRecordSelector &Selector,
                      std::ostream &Out) {
-  SelectInto(Reader, Selector, NameSink{&WriteToStream, &Out});
+  SelectInto(Reader, Selector, LcNameSink{&WriteToStream, &Out});
 }
 
 void LcSelectFromStream(LcSelectionMode Mode, std::istream &Manifest,
@@ -612,14 +350,15 @@ void LcSelectFromStream(LcSelectionMode Mode, std::istream &Manifest,
   Reader.Close();
 }
 
-void LcRunPass(LcSelectionMode Mode, const std::string &ManifestPath,
-               const std::string &OutputPath,
+void LcRunPass(MsConsole &Console, GeDiskInterface &Disk, LcSelectionMode Mode,
+               const std::string &ManifestPath, const std::string &OutputPath,
                const std::vector<std::string> &Requested) {
-  ManifestSource Source(ManifestPath, false);
-  RunPass(Mode, Source, ManifestPath, OutputPath, Requested);
+  LcManifestSource Source(Console, Disk, ManifestPath, false);
+  RunPass(Console, Disk, Mode, Source, ManifestPath, OutputPath, Requested);
 }
 
-void LcRunSelection(const LcSelectionRequest &Request) {
+void LcRunSelection(MsConsole &Console, GeDiskInterface &Disk,
+                    const LcSelectionRequest &Request) {
   static const std::vector<std::string> NoValues;
   std::vector<std::pair<LcSelectionMode, const std::vector<std::string> *>>
       Passes;
@@ -639,16 +378,15 @@ void LcRunSelection(const LcSelectionRequest &Request) {
 
   const std::string &Manifest = Request.ManifestPath;
   const std::string &Output = Request.OutputPath;
-  if (OutputIsManifest(Output, Manifest)) {
-    MsGetConsole().Report(MsMakeTag(MsMsgIllegalPath), MsConsole::ErrorFixed,
-                          Output);
+  if (OutputIsManifest(Disk, Output, Manifest)) {
+    Console.Report(MsMakeTag(MsMsgIllegalPath), MsConsole::ErrorFixed, Output);
     throw MsConsoleException();
   }
   // A manifest that is no regular file may not be there a second time.
-  ManifestSource Source(Manifest,
-                        Passes.size() > 1 && !IsRegularFile(Manifest));
+  LcManifestSource Source(Console, Disk, Manifest,
+                          Passes.size() > 1 && !IsRegularFile(Disk, Manifest));
   for (const auto &Pass : Passes)
-    RunPass(Pass.first, Source, Manifest, Output, *Pass.second);
+    RunPass(Console, Disk, Pass.first, Source, Manifest, Output, *Pass.second);
 }
 
 bool LcOutputOpened() { return OutputOpenedFlag; }

@@ -12,9 +12,11 @@
 #include <string_view>
 #include <vector>
 
+class GeDiskInterface;
 class LcKeyFilter;
 class LcManifestReader;
 class LcRecord;
+class MsConsole;
 
 /// The user's choice of checks, filled by the main flow. The lists are used
 /// as given: no trimming, no removal of duplicates.
@@ -191,18 +193,19 @@ void LcSelectFromStream(LcSelectionMode Mode, std::istream &Manifest,
                         std::ostream &Out,
                         const std::vector<std::string> &Requested);
 
-/// One pass of Mode: opens the output (standard output for "-", else the
-/// file, created or truncated the first time any pass opens the output in
-/// this process and appended to afterwards), then the manifest, writes the
-/// selected names, and flushes and closes the output. A file that cannot be
-/// opened is reported as Lc002 and a failed write as Ms004; both then throw
-/// MsConsoleException.
-void LcRunPass(LcSelectionMode Mode, const std::string &ManifestPath,
-               const std::string &OutputPath,
+/// One pass of Mode: opens the output on Disk (standard output for "-",
+/// else the file, created or truncated the first time any pass opens the
+/// output in this process and appended to afterwards), then the manifest,
+/// writes the selected names, and flushes and closes the output. A file that
+/// cannot be opened is reported to Console as Lc002 and a failed write as
+/// Ms004; both then throw MsConsoleException.
+void LcRunPass(MsConsole &Console, GeDiskInterface &Disk, LcSelectionMode Mode,
+               const std::string &ManifestPath, const std::string &OutputPath,
                const std::vector<std::string> &Requested);
 
 /// Runs the pass of every selection present in Request, in the order of
-/// LcSelectionMode. With no selection nothing is opened.
+/// LcSelectionMode, reporting to Console and opening files on Disk. With no
+/// selection nothing is opened.
 ///
 /// Before the first pass, an output that is the manifest itself (the same
 /// regular file however spelt, or for "-" a standard output redirected into
@@ -210,7 +213,8 @@ void LcRunPass(LcSelectionMode Mode, const std::string &ManifestPath,
 /// thrown: nothing is opened or truncated. A manifest that is not a regular
 /// file (a pipe, /dev/stdin) is read only once when several passes run: the
 /// first pass copies it into an anonymous file that every pass reads.
-void LcRunSelection(const LcSelectionRequest &Request);
+void LcRunSelection(MsConsole &Console, GeDiskInterface &Disk,
+                    const LcSelectionRequest &Request);
 
 /// Whether a pass has opened the output in this process.
 bool LcOutputOpened();

@@ -7,6 +7,8 @@
 
 #include "console/MsConsole.h"
 #include "console/MsConsoleConcrete.h"
+#include "general/GeDisk.h"
+#include "tests/support/GeFakeDisk.h"
 #include "tests/tool/LcReferenceReader.h"
 #include "tests/tool/LcToolTestSupport.h"
 
@@ -23,6 +25,13 @@
 #include <vector>
 
 namespace {
+
+/// Opens the manifest file Path on the real disk; a failure would go to a
+/// console of the test's own.
+void OpenFile(LcManifestReader &Reader, const std::string &Path) {
+  static lctest::TestConsole Console;
+  Reader.Open(Console, GeDefaultDisk(), Path);
+}
 
 using lctest::Pair;
 using lctest::Record;
@@ -266,7 +275,7 @@ TEST(ManifestReader, ReadsFile) {
                           "checkname=C\n");
   Records Seen;
   LcManifestReader Reader;
-  Reader.Open(Path);
+  OpenFile(Reader, Path);
   while (!Reader.AtEnd()) {
     Seen.push_back(Copy(Reader.Current()));
     Reader.Advance();
@@ -291,7 +300,7 @@ TEST(ManifestReader, ReadsFileLargerThanItsBuffer) {
   lctest::WriteFile(Path, Text);
   Records Seen;
   LcManifestReader Reader;
-  Reader.Open(Path);
+  OpenFile(Reader, Path);
   while (!Reader.AtEnd()) {
     Seen.push_back(Copy(Reader.Current()));
     Reader.Advance();
@@ -302,10 +311,9 @@ TEST(ManifestReader, ReadsFileLargerThanItsBuffer) {
 class ManifestReaderOpenFailure : public ::testing::Test {
 protected:
   void ExpectOpenFailure(const std::string &Path) {
-    MsConsoleConcrete &Console = lctest::Console();
     std::size_t Before = Console.Messages().size();
     LcManifestReader Reader;
-    EXPECT_THROW(Reader.Open(Path), MsConsoleException);
+    EXPECT_THROW(Reader.Open(Console, Disk, Path), MsConsoleException);
     EXPECT_TRUE(Reader.AtEnd());
     ASSERT_EQ(Console.Messages().size(), Before + 1);
     const MsConsoleConcrete::Released &M = Console.Messages().back();
@@ -314,6 +322,8 @@ protected:
     EXPECT_EQ(M.Text, "could not open file \"" + Path + "\"");
   }
   lctest::TempDir Dir;
+  lctest::TestConsole Console;
+  GeRealDisk Disk;
 };
 
 TEST_F(ManifestReaderOpenFailure, MissingFile) {
@@ -586,7 +596,7 @@ TEST(ManifestBlockReading, ReadsFileWithTinyBlocks) {
        {std::size_t(1), std::size_t(5), LcManifestReader::DefaultBlockSize}) {
     Records Seen;
     LcManifestReader Reader(BlockSize);
-    Reader.Open(Path);
+    OpenFile(Reader, Path);
     while (!Reader.AtEnd()) {
       Seen.push_back(Copy(Reader.Current()));
       Reader.Advance();
@@ -926,13 +936,73 @@ TEST(ManifestSkimming, ReadsFileWithFilter) {
     Records Seen;
     LcManifestReader Reader(LcManifestReader::DefaultBlockSize, Kind);
     Reader.SetKeyFilter(ModeFilter(LcSelectionMode::AllChecks));
-    Reader.Open(Path);
+    OpenFile(Reader, Path);
     while (!Reader.AtEnd()) {
       Seen.push_back(Copy(Reader.Current()));
       Reader.Advance();
     }
     EXPECT_EQ(Seen, Expected) << LcMaskKindName(Kind);
   }
+}
+
+// The open path on an in-memory disk: what is read, what is reported, and
+// that the reader gives back every handle it opened.
+class ManifestReaderOnDisk : public ::testing::Test {
+protected:
+  /// Expects Reader.Open of Path to report Lc002 and throw.
+  void ExpectOpenFailure(const std::string &Path) {
+    LcManifestReader Reader;
+    EXPECT_THROW(Reader.Open(Console, Disk, Path), MsConsoleException);
+    EXPECT_TRUE(Reader.AtEnd());
+    ASSERT_EQ(Console.Messages().size(), 1u);
+    EXPECT_EQ(Console.Messages()[0].Text,
+              "could not open file \"" + Path + "\"");
+    EXPECT_EQ(Disk.OpenHandles(), 0u);
+  }
+  GeFakeDisk Disk;
+  lctest::TestConsole Console;
+};
+
+TEST_F(ManifestReaderOnDisk, ReadsTheFileAndClosesIt) {
+  Disk.AddFile("m.txt", "checkname=A\r\nvisible=no\r\n\r\ncheckname=B\n\n");
+  Records Seen;
+  LcManifestReader Reader(3);
+  Reader.Open(Console, Disk, "m.txt");
+  EXPECT_EQ(Disk.OpenHandles(), 1u);
+  while (!Reader.AtEnd()) {
+    Seen.push_back(Copy(Reader.Current()));
+    Reader.Advance();
+  }
+  Reader.Close();
+  EXPECT_EQ(Seen, (Records{{{"checkname", "A"}, {"visible", "no"}},
+                           {{"checkname", "B"}}}));
+  EXPECT_EQ(Disk.OpenHandles(), 0u);
+  EXPECT_TRUE(Console.Messages().empty());
+}
+
+TEST_F(ManifestReaderOnDisk, ReadsThroughALink) {
+  Disk.AddFolder("conf");
+  Disk.AddFile("conf/m.txt", "checkname=A\n\n");
+  Disk.AddLink("m.txt", "conf/m.txt");
+  LcManifestReader Reader;
+  Reader.Open(Console, Disk, "m.txt");
+  ASSERT_FALSE(Reader.AtEnd());
+  EXPECT_EQ(Copy(Reader.Current()), (Record{{"checkname", "A"}}));
+}
+
+TEST_F(ManifestReaderOnDisk, OpenRefusedIsReported) {
+  Disk.AddFile("m.txt", "checkname=A\n\n");
+  Disk.FailOpen("m.txt", EACCES);
+  ExpectOpenFailure("m.txt");
+}
+
+TEST_F(ManifestReaderOnDisk, MissingFileIsReported) {
+  ExpectOpenFailure("none.txt");
+}
+
+TEST_F(ManifestReaderOnDisk, FolderIsReportedAndClosed) {
+  Disk.AddFolder("conf");
+  ExpectOpenFailure("conf");
 }
 
 } // namespace

@@ -64,12 +64,8 @@ TEST_F(LcConsole, CouldNotOpenAtLevelTwoSummaryYieldsTwo) {
   EXPECT_EQ(Console.Summary(Summary), 2);
 }
 
-TEST(LcReport, ReportsAtDefaultLevelToProcessConsole) {
-  auto &Console = dynamic_cast<MsConsoleConcrete &>(MsGetConsole());
-  std::ostringstream Diagnostics;
-  Console.SetErrorStream(Diagnostics);
-  LcRegisterMessages(Console);
-  LcReport(LcMsgCouldNotOpen, "a b.txt");
+TEST_F(LcConsole, ReportAtDefaultLevelReachesTheGivenConsole) {
+  LcReport(Console, LcMsgCouldNotOpen, "a b.txt");
   ASSERT_EQ(Console.Messages().size(), 1u);
   const MsConsoleConcrete::Released &M = Console.Messages()[0];
   EXPECT_EQ(M.Tag, LcTag(LcMsgCouldNotOpen));

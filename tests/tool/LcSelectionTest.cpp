@@ -6,6 +6,8 @@
 
 #include "console/MsConsole.h"
 #include "console/MsConsoleConcrete.h"
+#include "general/GeDisk.h"
+#include "tests/support/GeFakeDisk.h"
 #include "tests/tool/LcToolTestSupport.h"
 #include "tool/LcManifestReader.h"
 
@@ -691,13 +693,13 @@ protected:
     lctest::WriteFile(Request.ManifestPath, Text);
   }
   std::string Output() const { return lctest::ReadFile(Request.OutputPath); }
+  void Run() { LcRunSelection(Console, GeDefaultDisk(), Request); }
 
   /// Runs Request and expects it to stop with Lc002 naming Path.
   void ExpectCouldNotOpen(const std::string &Path) {
-    MsConsoleConcrete &Console = lctest::Console();
     std::size_t Before = Console.Messages().size();
     unsigned ErrorsBefore = Console.ErrorCount();
-    EXPECT_THROW(LcRunSelection(Request), MsConsoleException);
+    EXPECT_THROW(Run(), MsConsoleException);
     ASSERT_EQ(Console.Messages().size(), Before + 1)
         << "the remaining passes must not run";
     const MsConsoleConcrete::Released &M = Console.Messages().back();
@@ -709,6 +711,7 @@ protected:
 
   lctest::TempDir Dir;
   LcSelectionRequest Request;
+  lctest::TestConsole Console;
 };
 
 const char SampleManifest[] = "checkname=MEM-one\npackage=core\ngroup=memory\n"
@@ -722,15 +725,14 @@ const char SampleManifest[] = "checkname=MEM-one\npackage=core\ngroup=memory\n"
 
 TEST_F(SelectionFiles, NoSelectionOpensNothing) {
   WriteManifest(SampleManifest);
-  LcRunSelection(Request);
+  Run();
   EXPECT_FALSE(lctest::FileExists(Request.OutputPath));
   EXPECT_FALSE(LcOutputOpened());
 }
 
 TEST_F(SelectionFiles, NoSelectionDoesNotTouchMissingManifest) {
-  MsConsoleConcrete &Console = lctest::Console();
   std::size_t Before = Console.Messages().size();
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Console.Messages().size(), Before);
   EXPECT_FALSE(lctest::FileExists(Request.OutputPath));
 }
@@ -738,7 +740,7 @@ TEST_F(SelectionFiles, NoSelectionDoesNotTouchMissingManifest) {
 TEST_F(SelectionFiles, AllChecks) {
   WriteManifest(SampleManifest);
   Request.All = true;
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Output(), "MEM-one\nSTY-two\nSTY-three\n");
   EXPECT_TRUE(LcOutputOpened());
 }
@@ -747,7 +749,7 @@ TEST_F(SelectionFiles, AllAndNamedVisibleCheckAppearsTwice) {
   WriteManifest(SampleManifest);
   Request.All = true;
   Request.CheckNames = {"sty-two"};
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Output(), "MEM-one\nSTY-two\nSTY-three\nSTY-two\n");
 }
 
@@ -758,7 +760,7 @@ TEST_F(SelectionFiles, FivePassesInFixedOrder) {
   Request.DefaultPackages = {"core"};
   Request.CheckNames = {"STY-three", "MEM-hidden"};
   Request.All = true;
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Output(), "MEM-one\nSTY-two\nSTY-three\n" // all
                       "STY-three\n"                   // named
                       "MEM-one\n"                     // default of core
@@ -771,27 +773,27 @@ TEST_F(SelectionFiles, FirstPassTruncatesLaterPassesAppend) {
   lctest::WriteFile(Request.OutputPath, "old line\nmore\n");
   Request.CheckNames = {"MEM-one"};
   Request.Groups = {"layout"};
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Output(), "MEM-one\nSTY-two\nSTY-three\n");
 }
 
 TEST_F(SelectionFiles, LaterRunAppendsUntilFlagReset) {
   WriteManifest(SampleManifest);
   Request.CheckNames = {"MEM-one"};
-  LcRunSelection(Request);
-  LcRunSelection(Request);
+  Run();
+  Run();
   EXPECT_EQ(Output(), "MEM-one\nMEM-one\n");
   LcResetOutputOpened();
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Output(), "MEM-one\n");
 }
 
 TEST_F(SelectionFiles, AppendCreatesMissingFile) {
   WriteManifest(SampleManifest);
   Request.CheckNames = {"MEM-one"};
-  LcRunSelection(Request);
+  Run();
   std::filesystem::remove(Request.OutputPath);
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Output(), "MEM-one\n");
 }
 
@@ -799,7 +801,7 @@ TEST_F(SelectionFiles, OutputHasNoCarriageReturns) {
   WriteManifest("checkname=A\r\n\r\ncheckname=B\r\nvisible=no\r\n\r\n"
                 "checkname=C\r\n\r\n");
   Request.All = true;
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Output(), "A\nC\n");
 }
 
@@ -810,7 +812,7 @@ TEST_F(SelectionFiles, NamesOfEveryLengthAcrossManyChunksReachTheFile) {
   WriteManifest(Manifest);
   Request.All = true;
   Request.CheckNames = {"n7xxxxxxx"};
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Output(), Expected + "n7xxxxxxx\n");
 }
 
@@ -818,7 +820,7 @@ TEST_F(SelectionFiles, NewOutputFileIsReadableAndWritableByAllLessUmask) {
   WriteManifest(SampleManifest);
   Request.All = true;
   const mode_t Previous = ::umask(002);
-  LcRunSelection(Request);
+  Run();
   ::umask(Previous);
   struct stat Info;
   ASSERT_EQ(::stat(Request.OutputPath.c_str(), &Info), 0);
@@ -829,7 +831,7 @@ TEST_F(SelectionFiles, NothingSelectedLeavesEmptyFile) {
   WriteManifest(SampleManifest);
   Request.CheckNames = {"no-such-check"};
   lctest::WriteFile(Request.OutputPath, "old\n");
-  LcRunSelection(Request);
+  Run();
   EXPECT_TRUE(lctest::FileExists(Request.OutputPath));
   EXPECT_EQ(Output(), "");
 }
@@ -854,7 +856,7 @@ TEST_F(SelectionFiles, ManifestIsDirectory) {
 TEST_F(SelectionFiles, ManifestFailureKeepsEarlierLines) {
   WriteManifest(SampleManifest);
   Request.All = true;
-  LcRunSelection(Request);
+  Run();
   Request.ManifestPath = Dir.Path("gone.txt");
   Request.All = false;
   Request.CheckNames = {"MEM-one"};
@@ -884,7 +886,7 @@ TEST_F(SelectionFiles, OpenFailureSummaryYieldsTwo) {
   Request.All = true;
   ExpectCouldNotOpen(Request.ManifestPath);
   std::ostringstream Summary;
-  EXPECT_EQ(lctest::Console().Summary(Summary), 2);
+  EXPECT_EQ(Console.Summary(Summary), 2);
 }
 
 TEST_F(SelectionFiles, StandardOutput) {
@@ -894,7 +896,7 @@ TEST_F(SelectionFiles, StandardOutput) {
   Request.CheckNames = {"STY-two"};
   Request.Packages = {"core"};
   lctest::StdoutCapture Capture(Dir.Path("stdout.txt"));
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Capture.Finish(),
             "MEM-one\nSTY-two\nSTY-three\nSTY-two\nMEM-one\n");
   EXPECT_TRUE(LcOutputOpened());
@@ -907,43 +909,122 @@ TEST_F(SelectionFiles, StandardOutputFollowsEarlierCoutText) {
   Request.DefaultPackages = {"style"};
   lctest::StdoutCapture Capture(Dir.Path("stdout.txt"));
   std::cout << "before\n";
-  LcRunSelection(Request);
+  Run();
   EXPECT_EQ(Capture.Finish(), "before\nSTY-two\nSTY-three\n");
 }
 
-TEST_F(SelectionFiles, WriteFailureReportsProblemWriting) {
-  MsConsoleConcrete &Console = lctest::Console();
-  WriteManifest(SampleManifest);
-  Request.OutputPath = "/dev/full";
-  Request.All = true;
-  Request.Packages = {"core"};
-  std::size_t Before = Console.Messages().size();
-  EXPECT_THROW(LcRunSelection(Request), MsConsoleException);
-  ASSERT_EQ(Console.Messages().size(), Before + 1);
-  const MsConsoleConcrete::Released &M = Console.Messages().back();
-  EXPECT_EQ(Console.TagText(M.Tag), "Ms004");
-  EXPECT_EQ(M.Lvl, MsConsole::ErrorFixed);
-  EXPECT_EQ(M.Text, "problem writing to file \"/dev/full\"");
-}
-
 TEST_F(SelectionFiles, StandardOutputWriteFailureReportsProblemWriting) {
-  MsConsoleConcrete &Console = lctest::Console();
   WriteManifest(SampleManifest);
   Request.OutputPath = "-";
   Request.All = true;
   Request.Groups = {"memory"};
   std::size_t Before = Console.Messages().size();
   {
-    lctest::StdoutCapture Full("/dev/full");
-    EXPECT_THROW(LcRunSelection(Request), MsConsoleException);
+    // Standard output refuses every byte.
+    struct RefusingBuf : std::streambuf {
+      int_type overflow(int_type) override { return traits_type::eof(); }
+    } Refusing;
+    std::streambuf *Previous = std::cout.rdbuf(&Refusing);
+    EXPECT_THROW(Run(), MsConsoleException);
+    std::cout.rdbuf(Previous);
   }
   std::cout.clear();
-  std::clearerr(stdout);
   ASSERT_EQ(Console.Messages().size(), Before + 1)
       << "the group pass must not run";
   const MsConsoleConcrete::Released &M = Console.Messages().back();
   EXPECT_EQ(Console.TagText(M.Tag), "Ms004");
   EXPECT_EQ(M.Text, "problem writing to file \"-\"");
+}
+
+/// Selection on an in-memory disk, whose failures are planned.
+class SelectionOnDisk : public ::testing::Test {
+protected:
+  SelectionOnDisk() {
+    LcResetOutputOpened();
+    Request.ManifestPath = "checks.txt";
+    Request.OutputPath = "selected.txt";
+    Disk.AddFile(Request.ManifestPath, SampleManifest);
+  }
+  void Run() { LcRunSelection(Console, Disk, Request); }
+
+  /// Runs Request, expecting it to stop after one report, Tag with Text.
+  void ExpectStop(const std::string &Tag, const std::string &Text) {
+    EXPECT_THROW(Run(), MsConsoleException);
+    ASSERT_EQ(Console.Messages().size(), 1u)
+        << "the remaining passes must not run";
+    const MsConsoleConcrete::Released &M = Console.Messages()[0];
+    EXPECT_EQ(Console.TagText(M.Tag), Tag);
+    EXPECT_EQ(M.Lvl, MsConsole::ErrorFixed);
+    EXPECT_EQ(M.Text, Text);
+    EXPECT_EQ(Disk.OpenHandles(), 0u);
+  }
+
+  GeFakeDisk Disk;
+  LcSelectionRequest Request;
+  lctest::TestConsole Console;
+};
+
+TEST_F(SelectionOnDisk, FirstPassTruncatesLaterPassesAppend) {
+  Disk.AddFile(Request.OutputPath, "old line\n");
+  Request.CheckNames = {"MEM-one"};
+  Request.Groups = {"layout"};
+  Run();
+  EXPECT_EQ(Disk.Contents(Request.OutputPath), "MEM-one\nSTY-two\nSTY-three\n");
+  EXPECT_EQ(Disk.OpenHandles(), 0u);
+  EXPECT_TRUE(Console.Messages().empty());
+}
+
+TEST_F(SelectionOnDisk, FailedWriteReportsProblemWritingAndKeepsEarlierPasses) {
+  Request.All = true;
+  Request.Groups = {"memory"};
+  Request.Packages = {"core"};
+  // The all-checks pass writes once; the group pass's write fails.
+  Disk.FailWrite(2, ENOSPC);
+  ExpectStop("Ms004", "problem writing to file \"selected.txt\"");
+  EXPECT_EQ(Disk.Contents(Request.OutputPath), "MEM-one\nSTY-two\nSTY-three\n");
+}
+
+TEST_F(SelectionOnDisk, FailedCloseReportsProblemWriting) {
+  Request.All = true;
+  Request.Packages = {"core"};
+  Disk.FailClose(EIO);
+  ExpectStop("Ms004", "problem writing to file \"selected.txt\"");
+}
+
+TEST_F(SelectionOnDisk, OutputThatCannotBeOpenedIsReported) {
+  Request.All = true;
+  Disk.FailOpen(Request.OutputPath, EACCES);
+  ExpectStop("Lc002", "could not open file \"selected.txt\"");
+  EXPECT_FALSE(Disk.Exists(Request.OutputPath));
+  EXPECT_FALSE(LcOutputOpened());
+}
+
+TEST_F(SelectionOnDisk, ManifestThatCannotBeOpenedLeavesEmptyOutput) {
+  Request.All = true;
+  Request.CheckNames = {"MEM-one"};
+  Disk.AddFile(Request.OutputPath, "old\n");
+  Disk.FailOpen(Request.ManifestPath, EACCES);
+  ExpectStop("Lc002", "could not open file \"checks.txt\"");
+  EXPECT_TRUE(Disk.Exists(Request.OutputPath));
+  EXPECT_EQ(Disk.Contents(Request.OutputPath), "");
+}
+
+TEST_F(SelectionOnDisk, OutputLinkedToTheManifestIsRefusedBeforeAnyOpen) {
+  Disk.AddLink(Request.OutputPath, Request.ManifestPath);
+  Request.All = true;
+  ExpectStop("Ms006", "illegal path \"selected.txt\"");
+  EXPECT_EQ(Disk.Contents(Request.ManifestPath), SampleManifest);
+  EXPECT_EQ(Disk.WriteCalls(), 0u);
+  EXPECT_FALSE(LcOutputOpened());
+}
+
+TEST_F(SelectionOnDisk, DeviceOutputIsWrittenInPlace) {
+  Disk.AddDevice("dev");
+  Request.OutputPath = "dev";
+  Request.CheckNames = {"STY-two"};
+  Run();
+  EXPECT_EQ(Disk.Contents("dev"), "STY-two\n");
+  EXPECT_TRUE(Console.Messages().empty());
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // Shared helpers of the tool's tests: temporary folders, whole-file reads and
-// writes, standard-output capture, the process-wide console and a stream
+// writes, standard-output capture, a console of the test's own and a stream
 // buffer that hands out its text in pieces.
 #ifndef TESTS_TOOL_LCTOOLTESTSUPPORT_H
 #define TESTS_TOOL_LCTOOLTESTSUPPORT_H
@@ -109,18 +109,18 @@ private:
   int Saved = -1;
 };
 
-/// The process-wide console with the "Lc" table registered once. Its
+/// A console of the test's own with the "Lc" table registered. Its
 /// diagnostics go to a string stream, so that the test output stays clean.
-inline MsConsoleConcrete &Console() {
-  static std::ostringstream Diagnostics;
-  static MsConsoleConcrete &Concrete = []() -> MsConsoleConcrete & {
-    auto &C = dynamic_cast<MsConsoleConcrete &>(MsGetConsole());
-    C.SetErrorStream(Diagnostics);
-    LcRegisterMessages(C);
-    return C;
-  }();
-  return Concrete;
-}
+class TestConsole : public MsConsoleConcrete {
+public:
+  TestConsole() {
+    SetErrorStream(Diagnostics);
+    LcRegisterMessages(*this);
+  }
+
+private:
+  std::ostringstream Diagnostics;
+};
 
 /// The read error of a stream device.
 struct ReadError : std::ios_base::failure {

@@ -1,0 +1,79 @@
+// The output of one selection pass: the selected-checks file or standard
+// output, and the gathering of names into large writes.
+#ifndef TOOL_LCPASSOUTPUT_H
+#define TOOL_LCPASSOUTPUT_H
+
+#include "tool/CoutSink.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+class GeDiskInterface;
+class MsConsole;
+
+/// Where a pass writes its pieces of names: Write(Context, Data, Size)
+/// writes them all and answers false once the output has failed.
+struct LcNameSink {
+  bool (*Write)(void *Context, const char *Data, std::size_t Size);
+  void *Context;
+};
+
+/// Gathers the selected names of a pass, each followed by "\n", in a buffer
+/// of its own and hands them to a sink in pieces of about 64 KiB; a name too
+/// long for a piece goes to the sink by itself.
+class LcNameWriter {
+public:
+  explicit LcNameWriter(LcNameSink Target);
+
+  /// Adds Name and "\n"; answers false once the output has failed.
+  bool Add(std::string_view Name);
+  /// Writes what has been gathered; answers false once the output has
+  /// failed.
+  bool Flush();
+
+private:
+  LcNameSink Sink;
+  std::unique_ptr<char[]> Chunk;
+  std::size_t Used = 0;
+  /// Whether every write so far succeeded.
+  bool Good = true;
+};
+
+/// The output of one pass, held for the length of the pass: for "-" the
+/// program's own sink on standard output, written through std::cout so that
+/// it follows whatever the program wrote there before; otherwise the output
+/// file, opened on the disk it is given. The names come in pieces from an
+/// LcNameWriter, so neither needs a stream buffer of its own. Every write is
+/// checked to the last byte. Borrows the console and the disk.
+class LcPassOutput {
+public:
+  /// Opens OutputPath: truncated unless Append, which the caller sets for
+  /// every pass after the first to open the output. Reports Lc002 and throws
+  /// MsConsoleException on failure.
+  LcPassOutput(MsConsole &Console, GeDiskInterface &Disk,
+               const std::string &OutputPath, bool Append);
+  ~LcPassOutput();
+  LcPassOutput(const LcPassOutput &) = delete;
+  LcPassOutput &operator=(const LcPassOutput &) = delete;
+
+  LcNameSink Sink() { return LcNameSink{&LcPassOutput::Write, this}; }
+
+  /// Flushes and closes the output; reports Ms004 and throws
+  /// MsConsoleException when a write, the flush or the close failed.
+  void Finish();
+
+private:
+  static bool Write(void *Context, const char *Data, std::size_t Size);
+
+  MsConsole &Console;
+  GeDiskInterface &Disk;
+  std::string Path;
+  /// The output file's handle on Disk; -1 for standard output.
+  int File = -1;
+  CoutSink Standard;
+  bool Good = true;
+};
+
+#endif
