@@ -195,6 +195,8 @@ int GeDiskWriteBuf::Close() {
   if (Handle < 0)
     return EBADF;
   WriteOut();
+  // Nothing more is taken in: every later write overflows and fails.
+  setp(nullptr, nullptr);
   const int Closed = Disk.Close(std::exchange(Handle, -1));
   return Failure != 0 ? Failure : Closed;
 }

@@ -7,9 +7,11 @@
 #include "console/MsTempFileRegistry.h"
 #include "tests/console/MsConsoleTestSupport.h"
 #include "tests/console/MsFileTestSupport.h"
+#include "tests/support/GeFakeDisk.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -17,7 +19,6 @@
 #include <random>
 #include <sstream>
 #include <string>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -181,81 +182,105 @@ TEST(MsOutputStreamTempTest, FailedStreamGivesMs004AndKeepsTheOldTarget) {
   EXPECT_TRUE(F.Written().empty());
 }
 
-TEST(MsOutputStreamTempTest, WriteFailureMidwayKeepsTheOldTarget) {
-  // A file size limit makes write() fail after the first 4096 bytes; the
-  // limit is set in a child process so that it binds nothing else.
-  ScratchDir Dir;
-  const std::string Target = Dir.Path("out.txt");
-  Spit(Target, "old\n");
-  pid_t Child = ::fork();
-  ASSERT_GE(Child, 0);
-  if (Child == 0) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit Limit = {4096, 4096};
-    if (::setrlimit(RLIMIT_FSIZE, &Limit) != 0)
-      ::_exit(10);
-    Fixture F;
-    auto File = MsOutputStream::Open(F.Console, Kind::Temp, Target);
-    if (!File)
-      ::_exit(11);
-    std::string Line(99, 'x');
-    for (int I = 0; I < 1000; ++I)
-      File->Stream() << Line << '\n';
-    bool Written = File->Close();
-    if (Written)
-      ::_exit(12);
-    if (F.Err.str() != Expected("Ms004", "problem writing to file", Target))
-      ::_exit(13);
-    ::_exit(0);
+/// An in-memory disk with the folder "d" holding "out.txt", and a started
+/// console.
+struct DiskFixture : Fixture {
+  DiskFixture() {
+    Disk.AddFolder("d");
+    Disk.AddFile(Target, "old\n");
   }
-  int Status = 0;
-  ASSERT_EQ(::waitpid(Child, &Status, 0), Child);
-  ASSERT_TRUE(WIFEXITED(Status));
-  EXPECT_EQ(WEXITSTATUS(Status), 0);
-  EXPECT_EQ(Slurp(Target), "old\n");
-  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+  /// The names on the disk besides the folder.
+  std::vector<std::string> Files() const {
+    std::vector<std::string> Names = Disk.Names();
+    Names.erase(std::find(Names.begin(), Names.end(), "d"));
+    return Names;
+  }
+  std::unique_ptr<MsOutputStream::OutFile> Open(Kind K) {
+    return MsOutputStream::Open(Console, Disk, K, Target);
+  }
+  const std::string Target = "d/out.txt";
+  GeFakeDisk Disk;
+};
+
+/// How the disk fails a file: the failure planned, what is written, the
+/// report expected, and what the target holds afterwards (absent: "-").
+struct DiskFailureCase {
+  const char *Name;
+  Kind K;
+  void (*Plan)(GeFakeDisk &Disk);
+  std::size_t Size;
+  const char *Tag;
+  const char *Text;
+  const char *TargetAfter;
+};
+
+const DiskFailureCase DiskFailureCases[] = {
+    {"temp write midway", Kind::Temp,
+     [](GeFakeDisk &D) { D.FailWrite(1, ENOSPC); }, 100000, "Ms004",
+     "problem writing to file", "old\n"},
+    {"temp flush", Kind::Temp, [](GeFakeDisk &D) { D.FailWrite(1, ENOSPC); },
+     100, "Ms005", "problem closing file", "old\n"},
+    {"temp close", Kind::Temp, [](GeFakeDisk &D) { D.FailClose(EIO); }, 100,
+     "Ms005", "problem closing file", "old\n"},
+    {"temp rename", Kind::Temp, [](GeFakeDisk &D) { D.FailRename(EXDEV); },
+     100, "Ms005", "problem closing file", "old\n"},
+    {"volatile write midway", Kind::Volatile,
+     [](GeFakeDisk &D) { D.FailWrite(2, EFBIG); }, 100000, "Ms004",
+     "problem writing to file", "-"},
+    {"volatile flush", Kind::Volatile,
+     [](GeFakeDisk &D) { D.FailWrite(1, ENOSPC); }, 100, "Ms005",
+     "problem closing file", "-"},
+    {"volatile close", Kind::Volatile, [](GeFakeDisk &D) { D.FailClose(EIO); },
+     100, "Ms005", "problem closing file", "-"},
+};
+
+TEST(MsOutputStreamDiskFailureTest, EachFailureIsReportedAndLeavesNoHalfFile) {
+  for (const DiskFailureCase &C : DiskFailureCases) {
+    SCOPED_TRACE(C.Name);
+    DiskFixture F;
+    auto File = F.Open(C.K);
+    ASSERT_TRUE(File);
+    C.Plan(F.Disk);
+    File->Stream() << std::string(C.Size, 'x');
+    EXPECT_FALSE(File->Close());
+    EXPECT_EQ(F.Err.str(), Expected(C.Tag, C.Text, F.Target));
+    EXPECT_EQ(F.Console.ErrorCount(), 1u);
+    EXPECT_TRUE(F.Written().empty());
+    EXPECT_EQ(F.Disk.OpenHandles(), 0u);
+    if (std::string(C.TargetAfter) == "-") {
+      EXPECT_TRUE(F.Files().empty());
+    } else {
+      EXPECT_EQ(F.Files(), std::vector<std::string>{F.Target});
+      EXPECT_EQ(F.Disk.Contents(F.Target), C.TargetAfter);
+    }
+  }
 }
 
-/// In a child process whose files may not grow past 10 bytes, opens Target
-/// as a file of kind K, writes less than the stream buffers hold and closes
-/// it, so that the failure comes with the flush at the close. Answers the
-/// child's exit status: 0 when the close failed with exactly Ms005, another
-/// number naming the step that went otherwise.
-int CloseUnderFileSizeLimit(Kind K, const std::string &Target) {
-  pid_t Child = ::fork();
-  if (Child < 0)
-    return -1;
-  if (Child == 0) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit Limit = {10, 10};
-    if (::setrlimit(RLIMIT_FSIZE, &Limit) != 0)
-      ::_exit(10);
-    Fixture F;
-    auto File = MsOutputStream::Open(F.Console, K, Target);
-    if (!File)
-      ::_exit(11);
-    File->Stream() << std::string(100, 'y');
-    if (File->Close())
-      ::_exit(12);
-    if (F.Err.str() != Expected("Ms005", "problem closing file", Target))
-      ::_exit(13);
-    ::_exit(0);
-  }
-  int Status = 0;
-  if (::waitpid(Child, &Status, 0) != Child || !WIFEXITED(Status))
-    return -1;
-  return WEXITSTATUS(Status);
+TEST(MsOutputStreamDiskFailureTest, AFailedWriteIsNotTriedAgainAtTheClose) {
+  DiskFixture F;
+  auto File = F.Open(Kind::Temp);
+  ASSERT_TRUE(File);
+  F.Disk.FailWrite(1, ENOSPC);
+  File->Stream() << std::string(100000, 'x');
+  const unsigned Writes = F.Disk.WriteCalls();
+  EXPECT_TRUE(File->Stream().bad());
+  EXPECT_FALSE(File->Close());
+  EXPECT_EQ(F.Disk.WriteCalls(), Writes);
 }
 
-TEST(MsOutputStreamTempTest, FailedFlushGivesMs005AndKeepsTheOldTarget) {
-  // The same limit, with less text than the stream buffers: the failure
-  // comes with the flush at the close.
-  ScratchDir Dir;
-  const std::string Target = Dir.Path("out.txt");
-  Spit(Target, "old\n");
-  EXPECT_EQ(CloseUnderFileSizeLimit(Kind::Temp, Target), 0);
-  EXPECT_EQ(Slurp(Target), "old\n");
-  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+TEST(MsOutputStreamDiskFailureTest, SuccessRenamesTheTemporaryFileOntoTarget) {
+  DiskFixture F;
+  auto File = F.Open(Kind::Temp);
+  ASSERT_TRUE(File);
+  std::vector<std::string> WhileOpen = F.Files();
+  ASSERT_EQ(WhileOpen.size(), 2u);
+  EXPECT_EQ(F.Disk.Contents(F.Target), "old\n");
+  File->Stream() << "new\n";
+  EXPECT_TRUE(File->Close());
+  EXPECT_EQ(F.Files(), std::vector<std::string>{F.Target});
+  EXPECT_EQ(F.Disk.Contents(F.Target), "new\n");
+  EXPECT_EQ(F.Written(), std::vector<std::string>{F.Target});
+  EXPECT_EQ(F.Disk.OpenHandles(), 0u);
 }
 
 TEST(MsOutputStreamTempTest, MissingTemporaryFileGivesMs005AndKeepsTheTarget) {
@@ -382,36 +407,26 @@ TEST(MsOutputStreamTempTest, FolderUnderARegularFileGivesMs003) {
   EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"plain"});
 }
 
-/// Drops the effective user to "nobody" for its lifetime when the test runs
-/// as root, so that file permissions apply to it.
-class UnprivilegedScope {
-public:
-  UnprivilegedScope() : Dropped(::geteuid() == 0 && ::seteuid(65534) == 0) {}
-  ~UnprivilegedScope() {
-    if (Dropped && ::seteuid(0) != 0)
-      std::abort();
-  }
-  UnprivilegedScope(const UnprivilegedScope &) = delete;
-  UnprivilegedScope &operator=(const UnprivilegedScope &) = delete;
-
-private:
-  bool Dropped;
-};
-
 TEST(MsOutputStreamTempTest, UnwritableFolderGivesMs003AndKeepsTheTarget) {
-  ScratchDir Dir;
-  Fixture F;
-  const std::string Target = Dir.Path("out.txt");
-  Spit(Target, "old\n");
-  ASSERT_EQ(::chmod(Dir.Root().c_str(), 0555), 0);
-  {
-    UnprivilegedScope AsNobody;
-    EXPECT_FALSE(MsOutputStream::Open(F.Console, Kind::Temp, Target));
+  for (Kind K : {Kind::Temp, Kind::Volatile}) {
+    DiskFixture F;
+    F.Disk.FailCreateIn("d", EACCES);
+    EXPECT_FALSE(F.Open(K));
+    EXPECT_EQ(F.Err.str(), Expected("Ms003", "could not open file", F.Target));
+    EXPECT_EQ(F.Disk.OpenHandles(), 0u);
+    if (K == Kind::Temp) {
+      EXPECT_EQ(F.Files(), std::vector<std::string>{F.Target});
+      EXPECT_EQ(F.Disk.Contents(F.Target), "old\n");
+    }
   }
-  ::chmod(Dir.Root().c_str(), 0700);
-  EXPECT_EQ(F.Err.str(), Expected("Ms003", "could not open file", Target));
-  EXPECT_EQ(Slurp(Target), "old\n");
-  EXPECT_EQ(NamesIn(Dir.Root()), std::set<std::string>{"out.txt"});
+}
+
+TEST(MsOutputStreamTempTest, RefusedDeviceGivesMs003) {
+  DiskFixture F;
+  F.Disk.AddDevice("d/dev");
+  F.Disk.FailOpen("d/dev", EACCES);
+  EXPECT_FALSE(MsOutputStream::Open(F.Console, F.Disk, Kind::Temp, "d/dev"));
+  EXPECT_EQ(F.Err.str(), Expected("Ms003", "could not open file", "d/dev"));
 }
 
 TEST(MsOutputStreamTempTest, EmptyPathAndFolderGiveMs006) {
@@ -742,33 +757,52 @@ TEST(MsOutputStreamSignalTest, IgnoredSignalStaysIgnored) {
 // Devices: written in place, never removed or replaced
 //===----------------------------------------------------------------------===//
 
-TEST(MsOutputStreamDeviceTest, FullDeviceGivesMs005AndStaysADevice) {
-  if (!IsCharacterDevice("/dev/full"))
-    GTEST_SKIP() << "no /dev/full";
-  Fixture F;
-  std::set<std::string> Before = TempFilesIn("/dev");
-  auto File = MsOutputStream::Open(F.Console, Kind::Temp, "/dev/full");
+/// Writes Size bytes to the device "d/full" of a disk on which the first
+/// write fails, as with a full device, through a file of kind K; expects
+/// the report Tag, Text and the device kept, with no other file made.
+void ExpectFullDevice(Kind K, std::size_t Size, const char *Tag,
+                      const char *Text) {
+  DiskFixture F;
+  F.Disk.AddDevice("d/full");
+  auto File = MsOutputStream::Open(F.Console, F.Disk, K, "d/full");
   ASSERT_TRUE(File);
-  EXPECT_EQ(TempFilesIn("/dev"), Before);
-  File->Stream() << "a short text\n";
+  EXPECT_EQ(F.Files(), (std::vector<std::string>{"d/full", F.Target}));
+  F.Disk.FailWrite(1, ENOSPC);
+  File->Stream() << std::string(Size, 'z');
   EXPECT_FALSE(File->Close());
-  EXPECT_EQ(F.Err.str(),
-            Expected("Ms005", "problem closing file", "/dev/full"));
-  EXPECT_TRUE(IsCharacterDevice("/dev/full"));
-  EXPECT_EQ(TempFilesIn("/dev"), Before);
+  EXPECT_EQ(F.Err.str(), Expected(Tag, Text, "d/full"));
+  EXPECT_EQ(F.Files(), (std::vector<std::string>{"d/full", F.Target}));
+  GeFileStatus Status;
+  ASSERT_EQ(F.Disk.Stat("d/full", Status), 0);
+  EXPECT_EQ(Status.Type, GeFileStatus::Kind::Other);
+}
+
+TEST(MsOutputStreamDeviceTest, FullDeviceGivesMs005AndStaysADevice) {
+  ExpectFullDevice(Kind::Temp, 13, "Ms005", "problem closing file");
 }
 
 TEST(MsOutputStreamDeviceTest, FullDeviceGivesMs004ForALongText) {
-  if (!IsCharacterDevice("/dev/full"))
-    GTEST_SKIP() << "no /dev/full";
-  Fixture F;
-  auto File = MsOutputStream::Open(F.Console, Kind::Temp, "/dev/full");
-  ASSERT_TRUE(File);
-  File->Stream() << std::string(100000, 'z');
-  EXPECT_FALSE(File->Close());
-  EXPECT_EQ(F.Err.str(),
-            Expected("Ms004", "problem writing to file", "/dev/full"));
-  EXPECT_TRUE(IsCharacterDevice("/dev/full"));
+  ExpectFullDevice(Kind::Temp, 100000, "Ms004", "problem writing to file");
+}
+
+TEST(MsOutputStreamDeviceTest, VolatileFullDeviceIsNotRemoved) {
+  ExpectFullDevice(Kind::Volatile, 1, "Ms005", "problem closing file");
+}
+
+TEST(MsOutputStreamDeviceTest, DeviceIsWrittenInPlace) {
+  for (Kind K : {Kind::Temp, Kind::Volatile}) {
+    DiskFixture F;
+    F.Disk.AddDevice("d/dev");
+    F.Disk.AddLink("d/link", "dev");
+    auto File = MsOutputStream::Open(F.Console, F.Disk, K, "d/link");
+    ASSERT_TRUE(File);
+    File->Stream() << "text\n";
+    EXPECT_TRUE(File->Close());
+    EXPECT_EQ(F.Disk.Contents("d/dev"), "text\n");
+    EXPECT_EQ(F.Files(),
+              (std::vector<std::string>{"d/dev", "d/link", F.Target}));
+    EXPECT_EQ(F.Err.str(), "");
+  }
 }
 
 TEST(MsOutputStreamDeviceTest, NullDeviceIsWrittenAndKept) {
@@ -784,19 +818,6 @@ TEST(MsOutputStreamDeviceTest, NullDeviceIsWrittenAndKept) {
   }
   EXPECT_EQ(F.Err.str(), "");
   EXPECT_EQ(F.Written(), (std::vector<std::string>{"/dev/null", "/dev/null"}));
-}
-
-TEST(MsOutputStreamDeviceTest, VolatileFullDeviceIsNotRemoved) {
-  if (!IsCharacterDevice("/dev/full"))
-    GTEST_SKIP() << "no /dev/full";
-  Fixture F;
-  auto File = MsOutputStream::Open(F.Console, Kind::Volatile, "/dev/full");
-  ASSERT_TRUE(File);
-  File->Stream() << "x";
-  EXPECT_FALSE(File->Close());
-  EXPECT_EQ(F.Err.str(),
-            Expected("Ms005", "problem closing file", "/dev/full"));
-  EXPECT_TRUE(IsCharacterDevice("/dev/full"));
 }
 
 //===----------------------------------------------------------------------===//
@@ -831,13 +852,6 @@ TEST(MsOutputStreamVolatileTest, FailedStreamGivesMs004AndRemovesTheTarget) {
   EXPECT_EQ(F.Err.str(), Expected("Ms004", "problem writing to file", Target));
   EXPECT_TRUE(NamesIn(Dir.Root()).empty());
   EXPECT_TRUE(F.Written().empty());
-}
-
-TEST(MsOutputStreamVolatileTest, FailedFlushGivesMs005AndRemovesTheTarget) {
-  ScratchDir Dir;
-  const std::string Target = Dir.Path("v.txt");
-  EXPECT_EQ(CloseUnderFileSizeLimit(Kind::Volatile, Target), 0);
-  EXPECT_TRUE(NamesIn(Dir.Root()).empty());
 }
 
 TEST(MsOutputStreamVolatileTest, AbandonedFileIsRemoved) {

@@ -66,6 +66,10 @@ void GeFakeDisk::FailOpen(const std::string &Path, int Error) {
   FailingOpens[Path] = Error;
 }
 
+void GeFakeDisk::FailCreateIn(const std::string &Folder, int Error) {
+  FailingFolders[Folder] = Error;
+}
+
 void GeFakeDisk::FailRename(int Error) { RenameError = Error; }
 
 void GeFakeDisk::FailClose(int Error) { CloseError = Error; }
@@ -173,6 +177,9 @@ int GeFakeDisk::OpenWrite(const std::string &Path, GeWriteMode Mode,
     const std::string Folder = FolderOf(Reached);
     if (Folder != "." && Folder != "/" && Files.count(Folder) == 0)
       return ENOENT;
+    auto Refusing = FailingFolders.find(Folder);
+    if (Refusing != FailingFolders.end())
+      return Refusing->second;
     Add(Reached, GeFileStatus::Kind::Regular);
   } else if (Found->second.Type == GeFileStatus::Kind::Directory) {
     return EISDIR;

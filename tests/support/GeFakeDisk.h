@@ -43,6 +43,9 @@ public:
   void FailWrite(unsigned N, int Error = ENOSPC);
   /// Every OpenRead and OpenWrite of Path fails with Error.
   void FailOpen(const std::string &Path, int Error = EACCES);
+  /// Every OpenWrite that would create a file in Folder fails with Error,
+  /// as in a folder the user may not write.
+  void FailCreateIn(const std::string &Folder, int Error = EACCES);
   /// The next Rename fails with Error, changing nothing.
   void FailRename(int Error = EXDEV);
   /// Every Close fails with Error (the handle is gone all the same).
@@ -90,6 +93,7 @@ private:
   unsigned FailingWrite = 0;
   int WriteError = 0;
   std::map<std::string, int> FailingOpens;
+  std::map<std::string, int> FailingFolders;
   int RenameError = 0;
   int CloseError = 0;
 };
