@@ -965,17 +965,17 @@ protected:
 
 TEST_F(ManifestReaderOnDisk, ReadsTheFileAndClosesIt) {
   Disk.AddFile("m.txt", "checkname=A\r\nvisible=no\r\n\r\ncheckname=B\n\n");
-  Records Seen;
   LcManifestReader Reader(3);
   Reader.Open(Console, Disk, "m.txt");
   EXPECT_EQ(Disk.OpenHandles(), 1u);
-  while (!Reader.AtEnd()) {
-    Seen.push_back(Copy(Reader.Current()));
-    Reader.Advance();
-  }
+  ASSERT_FALSE(Reader.AtEnd());
+  EXPECT_EQ(Copy(Reader.Current()),
+            (Record{{"checkname", "A"}, {"visible", "no"}}));
+  EXPECT_TRUE(Reader.Advance());
+  EXPECT_EQ(Copy(Reader.Current()), (Record{{"checkname", "B"}}));
+  EXPECT_FALSE(Reader.Advance());
+  EXPECT_TRUE(Reader.AtEnd());
   Reader.Close();
-  EXPECT_EQ(Seen, (Records{{{"checkname", "A"}, {"visible", "no"}},
-                           {{"checkname", "B"}}}));
   EXPECT_EQ(Disk.OpenHandles(), 0u);
   EXPECT_TRUE(Console.Messages().empty());
 }
