@@ -184,7 +184,17 @@ protected:
     int Handle = -1;
     if (Disk.OpenWrite(Path, GeWriteMode::Truncate, Handle) != 0)
       throw std::runtime_error("open failed");
-    Out = std::make_unique<GeDiskOutStream>(Disk, Handle);
+    Adopt(Handle);
+  }
+
+  /// Makes the stream on Handle, which it closes if that fails.
+  void Adopt(int Handle) {
+    try {
+      Out = std::make_unique<GeDiskOutStream>(Disk, Handle);
+    } catch (...) {
+      Disk.Close(Handle);
+      throw;
+    }
   }
 
   /// Makes the file that was written well the target; Owned is the guard
@@ -231,8 +241,7 @@ public:
     if (WrittenInPlace(Target)) {
       OpenStream(Target);
     } else {
-      int Handle = CreateTemporary();
-      Out = std::make_unique<GeDiskOutStream>(Disk, Handle);
+      Adopt(CreateTemporary());
     }
   }
 
