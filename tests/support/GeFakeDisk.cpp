@@ -33,8 +33,9 @@ void GeFakeDisk::AddFolder(const std::string &Path) {
   Add(Path, GeFileStatus::Kind::Directory);
 }
 
-void GeFakeDisk::AddDevice(const std::string &Path) {
-  Add(Path, GeFileStatus::Kind::Other);
+void GeFakeDisk::AddDevice(const std::string &Path,
+                           const std::string &Contents) {
+  Add(Path, GeFileStatus::Kind::Other).Contents = Contents;
 }
 
 void GeFakeDisk::AddLink(const std::string &Path, const std::string &Text) {
@@ -202,6 +203,13 @@ int GeFakeDisk::Read(int Handle, char *Data, std::size_t Size,
   if (Found != Files.end() &&
       Found->second.Type == GeFileStatus::Kind::Directory)
     return EISDIR;
+  if (Found != Files.end() && Found->second.Type == GeFileStatus::Kind::Other) {
+    std::string &Fed = Found->second.Contents;
+    Got = std::min(Size, Fed.size());
+    std::memcpy(Data, Fed.data(), Got);
+    Fed.erase(0, Got);
+    return 0;
+  }
   const std::string Text =
       Found == Files.end() ? std::string() : Found->second.Contents;
   const std::size_t At = std::min(Open->second.Position, Text.size());

@@ -23,9 +23,11 @@ public:
   /// Files and their kinds.
   void AddFile(const std::string &Path, const std::string &Contents);
   void AddFolder(const std::string &Path);
-  /// A device: it exists, is neither a file nor a folder, keeps what is
-  /// written to it and is never removed by writing it.
-  void AddDevice(const std::string &Path);
+  /// A device: it exists, is neither a file nor a folder, and reads as
+  /// Contents, which reading uses up, as with a pipe: a second open reads
+  /// only what the first left. It keeps what is written to it and is never
+  /// removed by writing it.
+  void AddDevice(const std::string &Path, const std::string &Contents = "");
   void AddLink(const std::string &Path, const std::string &Text);
 
   /// Whether anything (a dangling link too) has the name Path.

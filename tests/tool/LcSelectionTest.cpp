@@ -1027,4 +1027,26 @@ TEST_F(SelectionOnDisk, DeviceOutputIsWrittenInPlace) {
   EXPECT_TRUE(Console.Messages().empty());
 }
 
+TEST_F(SelectionOnDisk, ManifestThatIsNoFileIsReadOnceForEveryPass) {
+  Disk.AddDevice("fifo", SampleManifest);
+  Request.ManifestPath = "fifo";
+  Request.All = true;
+  Request.Groups = {"layout"};
+  Run();
+  EXPECT_EQ(Disk.Contents(Request.OutputPath),
+            "MEM-one\nSTY-two\nSTY-three\nSTY-two\nSTY-three\n");
+  EXPECT_EQ(Disk.OpenHandles(), 0u);
+  EXPECT_TRUE(Console.Messages().empty());
+}
+
+TEST_F(SelectionOnDisk, ManifestThatIsNoFileAndCannotBeOpenedIsReported) {
+  Disk.AddDevice("fifo", SampleManifest);
+  Disk.FailOpen("fifo", EACCES);
+  Request.ManifestPath = "fifo";
+  Request.All = true;
+  Request.Groups = {"layout"};
+  ExpectStop("Lc002", "could not open file \"fifo\"");
+  EXPECT_EQ(Disk.Contents(Request.OutputPath), "");
+}
+
 } // namespace
