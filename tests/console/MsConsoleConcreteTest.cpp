@@ -301,24 +301,6 @@ TEST(MsConsoleTagTest, RegisterOwnMessagesTwiceIsHarmless) {
 // Levels
 //===----------------------------------------------------------------------===//
 
-TEST(MsConsoleLevelTest, KindOfLevel) {
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::FatalError), 2);
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::CommandLineError), 3);
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::ErrorFixed), 4);
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::Error), 5);
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::Warning), 6);
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::Remark), 7);
-  ThrowingFailureScope Scope;
-  for (int Bad : {6, 7, -1}) {
-    try {
-      MsConsoleConcrete::KindOfLevel(static_cast<MsConsole::Level>(Bad));
-      FAIL() << Bad;
-    } catch (const InternalFailure &E) {
-      EXPECT_EQ(std::string(E.what()), "Unknown message level");
-    }
-  }
-}
-
 TEST(MsConsoleLevelTest, SetTagLevelRefusesFixedLevels) {
   ConsoleFixture F;
   EXPECT_FALSE(F.Console.SetTagLevel(Tt(1), MsConsole::Warning));
@@ -935,7 +917,9 @@ TEST(MsConsoleSummaryTest, ExitStatusTable) {
     F.Console.SetStopQuery(&Query);
     F.Console.SetErrorLimit(0);
     F.Console.SetWarningsAffectExitCode(C.AffectExitCode);
-    MsSetIdeMode(C.Ide);
+    RecordingHandler Ide;
+    if (C.Ide)
+      F.Console.SetIdeHandler(&Ide);
     for (int I = 0; I < C.Errors; ++I)
       F.Console.Report(Tt(2), MsConsole::ErrorFixed, "e");
     for (int I = 0; I < C.Warnings; ++I)
@@ -949,7 +933,6 @@ TEST(MsConsoleSummaryTest, ExitStatusTable) {
     std::ostringstream Summary;
     EXPECT_EQ(F.Console.Summary(Summary), C.Expected) << "row " << Row;
     EXPECT_EQ(Summary.str(), C.Summary) << "row " << Row;
-    MsSetIdeMode(false);
   }
 }
 
@@ -989,12 +972,18 @@ TEST(MsConsoleProcessTest, ResetMakesAFreshConsoleAndDropsItsLists) {
   MsResetProcessConsole();
 }
 
-TEST(MsConsoleProcessTest, IdeModeFlag) {
-  EXPECT_FALSE(MsIdeMode());
-  MsSetIdeMode(true);
-  EXPECT_TRUE(MsIdeMode());
-  MsSetIdeMode(false);
-  EXPECT_FALSE(MsIdeMode());
+TEST(MsConsoleQueueTest, IdeLinkFollowsTheIdeHandler) {
+  ConsoleFixture F;
+  RecordingHandler Ide;
+  EXPECT_FALSE(F.Console.HasIdeHandler());
+  F.Console.SetIdeHandler(&Ide);
+  EXPECT_TRUE(F.Console.HasIdeHandler());
+  F.Console.SetIdeHandler(nullptr);
+  EXPECT_FALSE(F.Console.HasIdeHandler());
+  // Another console is not linked by this one's handler.
+  ConsoleFixture Other;
+  F.Console.SetIdeHandler(&Ide);
+  EXPECT_FALSE(Other.Console.HasIdeHandler());
 }
 
 TEST(MsConsoleProcessTest, ProgressObjectIsCreatedOnce) {
