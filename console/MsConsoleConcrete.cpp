@@ -76,7 +76,11 @@ MsConsoleConcrete::MsConsoleConcrete(MsMessageFormatter &TheFormatter,
   RebuildChain();
 }
 
-MsConsoleConcrete::~MsConsoleConcrete() = default;
+MsConsoleConcrete::~MsConsoleConcrete() {
+  // The lists go first, while the chain and everything a list may report
+  // through are still whole.
+  DiscardDependencyLists();
+}
 
 // --- Subsystems and tags ----------------------------------------------------
 
