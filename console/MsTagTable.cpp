@@ -178,6 +178,11 @@ MsTagTable::Level MsTagTable::Map(const MsTag *Tag, const DiSourcePosition &Pos,
   return Lvl;
 }
 
+static_assert(MsConsole::Suppressed == 6 &&
+                  MsMessage::KindRemark - MsMessage::KindFatalError ==
+                      MsConsole::Remark - MsConsole::FatalError,
+              "levels 0 to 5 map one to one onto kinds 2 to 7");
+
 int MsTagTable::KindOfLevel(Level Lvl) {
   // The diagnostic kinds follow the levels in the same order: fatal error
   // (level 0) is kind 2, ..., remark (level 5) is kind 7.

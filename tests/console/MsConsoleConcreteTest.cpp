@@ -1,5 +1,6 @@
-// Tests of the console core: subsystems and tags, the level rules, release
-// and queue, handlers, error limit, summary and exit status, fatal reports.
+// Tests of the console as a whole: reports through its tag table and engine,
+// the level rules as reports meet them, queue and handler chain, error limit,
+// summary and exit status, fatal reports, the process-wide console.
 #include "console/MsConsoleConcrete.h"
 #include "console/MsDependHandler.h"
 

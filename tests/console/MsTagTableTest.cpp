@@ -376,20 +376,4 @@ TEST(MsTagTableLevelTest, UntaggedTextsSkipSuppressionAndOverrides) {
       MsConsole::Suppressed);
 }
 
-TEST(MsTagTableLevelTest, PmTagsAreOfferedForSuppressionAtAnyLevel) {
-  TableFixture F;
-  const MsConsole::MessageDef Pm[] = {{MsConsole::Suppressed, nullptr},
-                                      {MsConsole::Error, "pm error"}};
-  F.Table.Add("Pm", Pm, nullptr, 1, 1, nullptr);
-  SuppressingInterface App;
-  EXPECT_EQ(Effective(F.Table, MsTag("Pm", 1), DiSourcePosition::sNone,
-                      MsConsole::Error, &App),
-            MsConsole::Suppressed);
-  EXPECT_EQ(Effective(F.Table, Tt(3), DiSourcePosition::sNone, MsConsole::Error,
-                      &App),
-            MsConsole::Error);
-  ASSERT_EQ(App.Asked.size(), 1u);
-  EXPECT_EQ(App.Asked[0], MsTag("Pm", 1));
-}
-
 } // namespace
