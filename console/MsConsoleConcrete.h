@@ -19,10 +19,9 @@ class MsMessageHandlerStdout;
 
 /// The console, composed of three parts: the tag table (subsystems, tag
 /// texts and levels, the level rule: MsTagTable), the message engine
-/// (counting, queue, handler chain, error limit, exit status:
-/// MsMessageEngine) and the handler chain it feeds. The console itself turns
-/// reports into messages, owns the dependency lists and keeps the chain in
-/// order.
+/// (counting, queue, error limit, exit status: MsMessageEngine) and the
+/// handler chain the engine feeds. The console itself turns reports into
+/// messages, owns the dependency lists and keeps the chain in order.
 ///
 /// Handler chain. Every released message goes, in this order, to the human
 /// handler (MsMessageHandlerHuman: the formatter's human form of
@@ -182,8 +181,6 @@ private:
   /// Hands the chain, in its order, to the engine.
   void RebuildChain();
   void ReleaseText(int Kind, const std::string &Text);
-  void ReleaseTagged(int Kind, const MsTag &Tag, const DiSourceRange &Where,
-                     std::unique_ptr<MsMessageContentInterface> Content);
   /// After a fatal report: starts, releases the abort line and throws.
   [[noreturn]] void StopAfterFatal();
   void PrepareOutOfMemory();
