@@ -16,19 +16,25 @@ LcConsoleApplicationInterface::MakeContent(const std::string &Format,
     Strings.push_back(Format);
     Strings.insert(Strings.end(), FillIns.Strings.begin(),
                    FillIns.Strings.end());
-    return std::make_unique<LcMessageContent>("%s1%s2", std::move(Strings),
-                                              FillIns.Positions, Settings != 0,
-                                              Translator);
+    return NewContent("%s1%s2", std::move(Strings), FillIns.Positions);
   }
-  return std::make_unique<LcMessageContent>(
-      Format, FillIns.Strings, FillIns.Positions, Settings != 0, Translator);
+  return NewContent(Format, FillIns.Strings, FillIns.Positions);
 }
 
 std::unique_ptr<MsMessageContentInterface>
 LcConsoleApplicationInterface::MakeTextContent(const std::string &Text) {
+  return NewContent("%s", std::vector<std::string>{Text},
+                    std::vector<DiSourceRange>());
+}
+
+std::unique_ptr<LcMessageContent> LcConsoleApplicationInterface::NewContent(
+    std::string Format, std::vector<std::string> Strings,
+    std::vector<DiSourceRange> Positions) const {
+  // The console knows whether the IDE link is installed; positions are then
+  // written in the tagged form its protocol reads.
   return std::make_unique<LcMessageContent>(
-      "%s", std::vector<std::string>{Text}, std::vector<DiSourceRange>(),
-      Settings != 0, Translator);
+      std::move(Format), std::move(Strings), std::move(Positions),
+      Settings != 0, Translator, Served.HasIdeHandler());
 }
 
 void LcConsoleApplicationInterface::WriteSourceLine(const DiSourcePosition &Pos,

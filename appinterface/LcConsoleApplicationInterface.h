@@ -8,9 +8,12 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 /// Serves one console: builds an LcMessageContent for every message, shows
-/// source lines, suppresses nothing and ignores error notifications.
+/// source lines, suppresses nothing and ignores error notifications. Each
+/// content is told, when it is made, whether the console it serves has an IDE
+/// handler installed; if so it writes its positions in the tagged form.
 ///
 /// Constructing one does not install it: the tool installs it with
 /// MsConsole::SetApplicationInterface(). The console and the translator are
@@ -46,6 +49,10 @@ public:
   }
 
 private:
+  std::unique_ptr<LcMessageContent>
+  NewContent(std::string Format, std::vector<std::string> Strings,
+             std::vector<DiSourceRange> Positions) const;
+
   MsConsole &Served;
   unsigned char Settings;
   const LcFileNameTranslator *Translator = nullptr;

@@ -1,7 +1,6 @@
 // The content of a diagnostic: format language, fill-ins and word layout.
 #include "appinterface/LcMessageContent.h"
 
-#include "console/MsConsole.h"
 #include "console/MsFormatScanner.h"
 #include "console/MsMessageFormatter.h"
 #include "general/GeInternalFailure.h"
@@ -16,10 +15,11 @@ LcMessageContent::LcMessageContent(std::string Format,
                                    std::vector<std::string> StringFillIns,
                                    std::vector<DiSourceRange> PositionFillIns,
                                    bool ShowGiven,
-                                   const LcFileNameTranslator *NameTranslator)
+                                   const LcFileNameTranslator *NameTranslator,
+                                   bool Tagged)
     : FormatText(std::move(Format)), Strings(std::move(StringFillIns)),
       Positions(std::move(PositionFillIns)), ShowGivenName(ShowGiven),
-      Translator(NameTranslator) {}
+      Translator(NameTranslator), TaggedPositions(Tagged) {}
 
 void LcMessageContent::Write(std::ostream &Out, std::uint32_t StartColumn,
                              std::uint16_t Width, std::uint32_t Indent) const {
@@ -139,12 +139,11 @@ void LcMessageContent::AddPosition(const DiSourceRange &Range,
                                    bool Verbose) const {
   if (Range.Start.IsNone())
     return;
-  bool Tagged = MsIdeMode();
-  if (Tagged)
+  if (TaggedPositions)
     Layout.Word += MsMessageFormatter::TaggedPositionOpen(Range);
   AddText(Verbose ? MsMessageFormatter::VerbosePositionText(Range)
                   : MsMessageFormatter::PlainPositionText(Range));
-  if (Tagged)
+  if (TaggedPositions)
     Layout.Word += MsMessageFormatter::TaggedPositionClose();
 }
 

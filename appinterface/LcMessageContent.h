@@ -36,8 +36,9 @@ public:
 ///         quotes; when ShowGivenName is set and the name was translated, a
 ///         further word "(" given name ")" follows;
 ///   "%p"  the position as "\"file\", line N" ("%pv": "at line N of
-///         \"file\""), laid out as words; nothing for sNone. Under the IDE
-///         link the text is wrapped in the tagged SRCREF marks.
+///         \"file\""), laid out as words; nothing for sNone. With
+///         TaggedPositions (the tool runs under the IDE link) the text is
+///         wrapped in the tagged SRCREF marks.
 ///
 /// Word layout: with width 0 every word is appended as it stands. Otherwise
 /// a word that does not fit after the line's text and pending blanks starts a
@@ -62,7 +63,8 @@ public:
   LcMessageContent(std::string Format, std::vector<std::string> Strings,
                    std::vector<DiSourceRange> Positions,
                    bool ShowGivenName = false,
-                   const LcFileNameTranslator *Translator = nullptr);
+                   const LcFileNameTranslator *Translator = nullptr,
+                   bool TaggedPositions = false);
 
   void Write(std::ostream &Out, std::uint32_t StartColumn, std::uint16_t Width,
              std::uint32_t Indent) const override;
@@ -97,6 +99,7 @@ private:
   std::vector<DiSourceRange> Positions;
   bool ShowGivenName;
   const LcFileNameTranslator *Translator;
+  bool TaggedPositions;
   mutable LayoutState Layout;
 };
 

@@ -70,29 +70,24 @@ public:
   virtual bool StopRequested() = 0;
 };
 
-/// Whether the tool runs under the IDE link. Process-wide; the IDE agent sets
-/// it when it installs itself. With it, warnings alone give exit status 1.
-bool MsIdeMode();
-void MsSetIdeMode(bool On);
-
 /// The console interface. One process-wide instance exists, reached through
 /// MsGetConsole(); MsConsoleConcrete implements it and documents the rules.
 ///
 /// Messages are reported with a tag, a level and fill-ins; the console works
 /// out the effective level, counts, queues the message until the console is
-/// started, then hands it to its formatter (the human form, on the error
-/// stream) and to its message handlers.
+/// started, then hands it to its message handlers (the first of which writes
+/// the human form on the error stream).
 class MsConsole {
 public:
-  /// Message levels, most severe first.
+  /// Message levels, most severe first, numbered 0 to 6 in this order.
   enum Level : int {
     FatalError = 0,
-    CommandLineError = 1,
-    ErrorFixed = 2,
-    Error = 3,
-    Warning = 4,
-    Remark = 5,
-    Suppressed = 6
+    CommandLineError,
+    ErrorFixed,
+    Error,
+    Warning,
+    Remark,
+    Suppressed
   };
 
   /// Memory exhaustion: thrown by the framework's allocation-failure handler.
@@ -198,9 +193,13 @@ public:
   virtual void AddHandler(MsMessageHandler &Handler) = 0;
   virtual void RemoveHandler(MsMessageHandler &Handler) = 0;
   /// Stores the IDE message handler (not owned; null removes it). While one
-  /// is stored it takes the standard handler's place and the human form of
-  /// messages is not written: its protocol replaces it.
+  /// is stored it takes the place of the human and the standard handler:
+  /// its protocol replaces the human form of messages.
   virtual void SetIdeHandler(MsMessageHandler *Handler) = 0;
+  /// Whether an IDE handler is stored: the tool runs under the IDE link.
+  /// Warnings alone then give exit status 1, and message contents write
+  /// their positions in the tagged form.
+  virtual bool HasIdeHandler() const = 0;
   /// Installs the stop query (not owned; null removes it).
   virtual void SetStopQuery(MsStopQuery *Query) = 0;
   /// Installs the application interface (not owned; null removes it).

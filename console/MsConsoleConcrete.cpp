@@ -1,17 +1,16 @@
-// The diagnostics console: subsystems and tags, levels, release and queue,
-// error limit, summary and exit status.
+// The diagnostics console: turns reports into messages for its engine, keeps
+// the handler chain in order, owns the dependency lists; the process-wide
+// console.
 #include "console/MsConsoleConcrete.h"
 
 #include "console/MsDependHandler.h"
 #include "console/MsMessageFormatter.h"
-#include "console/MsMessageHandler.h"
 #include "console/MsMessages.h"
 #include "console/MsWorkingProgress.h"
 #include "general/GeInternalFailure.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 
 const char *MsConsoleException::what() const noexcept {
@@ -25,38 +24,6 @@ const char *MsConsole::BadAlloc::what() const noexcept {
 MsConsole::~MsConsole() = default;
 MsConsole::ApplicationInterface::~ApplicationInterface() = default;
 MsStopQuery::~MsStopQuery() = default;
-
-namespace {
-
-bool IdeModeFlag = false;
-
-const char InternalMarker[] = "[internal]";
-constexpr std::size_t InternalMarkerLength = sizeof InternalMarker - 1;
-
-bool StartsWithInternalMarker(const char *Text) {
-  return std::strncmp(Text, InternalMarker, InternalMarkerLength) == 0;
-}
-
-bool IsValidLevel(int Lvl) {
-  return Lvl >= MsConsole::FatalError && Lvl <= MsConsole::Suppressed;
-}
-
-/// Clears a flag when the scope ends, also by exception.
-class FlagScope {
-public:
-  explicit FlagScope(bool &Target) : Flag(Target) { Flag = true; }
-  ~FlagScope() { Flag = false; }
-  FlagScope(const FlagScope &) = delete;
-  FlagScope &operator=(const FlagScope &) = delete;
-
-private:
-  bool &Flag;
-};
-
-} // namespace
-
-bool MsIdeMode() { return IdeModeFlag; }
-void MsSetIdeMode(bool On) { IdeModeFlag = On; }
 
 // --- ConsoleStreamBuf ----------------------------------------------------
 
@@ -90,25 +57,29 @@ MsConsoleConcrete::MsConsoleConcrete()
 
 MsConsoleConcrete::MsConsoleConcrete(std::ostream &ErrorOut,
                                      std::ostream &StandardOut)
-    : OwnFormatter(std::make_unique<MsMessageFormatter>(79)),
+    : Engine(*this), OwnFormatter(std::make_unique<MsMessageFormatter>(79)),
       OwnStandardHandler(std::make_unique<MsMessageHandlerStdout>(StandardOut)),
       Formatter(OwnFormatter.get()), StandardHandler(OwnStandardHandler.get()),
       ErrStream(&ErrorOut), OutBuf(*this), OutStream(&OutBuf) {
-  Init();
+  RegisterOwnMessages();
+  PrepareOutOfMemory();
+  RebuildChain();
 }
 
 MsConsoleConcrete::MsConsoleConcrete(MsMessageFormatter &TheFormatter,
                                      MsMessageHandler &TheStandardHandler)
-    : Formatter(&TheFormatter), StandardHandler(&TheStandardHandler),
-      ErrStream(&std::cerr), OutBuf(*this), OutStream(&OutBuf) {
-  Init();
-}
-
-MsConsoleConcrete::~MsConsoleConcrete() = default;
-
-void MsConsoleConcrete::Init() {
+    : Engine(*this), Formatter(&TheFormatter),
+      StandardHandler(&TheStandardHandler), ErrStream(&std::cerr),
+      OutBuf(*this), OutStream(&OutBuf) {
   RegisterOwnMessages();
   PrepareOutOfMemory();
+  RebuildChain();
+}
+
+MsConsoleConcrete::~MsConsoleConcrete() {
+  // The lists go first, while the chain and everything a list may report
+  // through are still whole.
+  DiscardDependencyLists();
 }
 
 // --- Subsystems and tags ----------------------------------------------------
@@ -118,25 +89,9 @@ void MsConsoleConcrete::AddSubSystem(const std::string &Prefix,
                                      const bool *InternalFlags,
                                      std::uint16_t First, std::uint16_t Count,
                                      TextCallback Callback) {
-  if (Started)
+  if (Engine.IsStarted())
     GeInternalFailure("SubSystem inserted into the console too late");
-  if (SubSystems.count(Prefix))
-    GeInternalFailure("Subsystem '" + Prefix + "' already installed");
-  if (Prefix.size() != 2)
-    GeInternalFailure("MsConsole: subsystem prefix '" + Prefix +
-                      "' is not two characters long");
-  SubSystems.emplace(
-      Prefix, SubSystem{Prefix, Table, InternalFlags, First, Count, Callback});
-  if (!Table)
-    return;
-  for (std::uint32_t N = First; N < std::uint32_t(First) + Count; ++N) {
-    MsTag Tag(Prefix[0], Prefix[1], static_cast<std::uint16_t>(N));
-    if (!RawText(Tag))
-      continue;
-    if (!IsValidLevel(Table[N].DefaultLevel))
-      GeInternalFailure("Unknown message level");
-    TagLevels[Tag] = Table[N].DefaultLevel;
-  }
+  Tags.Add(Prefix, Table, InternalFlags, First, Count, Callback);
 }
 
 void MsConsoleConcrete::AddSubSystem(const std::string &Prefix,
@@ -146,179 +101,79 @@ void MsConsoleConcrete::AddSubSystem(const std::string &Prefix,
 }
 
 void MsConsoleConcrete::RegisterOwnMessages() {
-  if (SubSystems.count(MsMessagePrefix))
-    return;
-  AddSubSystem(MsMessagePrefix, MsMessageTable, MsFirstMessage, MsMessageCount);
+  if (!Tags.HasPrefix(MsMessagePrefix))
+    AddSubSystem(MsMessagePrefix, MsMessageTable, MsFirstMessage,
+                 MsMessageCount);
 }
 
-const MsConsoleConcrete::SubSystem *
-MsConsoleConcrete::FindSubSystem(const MsTag &Tag) const {
-  auto It = SubSystems.find(Tag.PrefixText());
-  return It == SubSystems.end() ? nullptr : &It->second;
-}
-
-const char *MsConsoleConcrete::RawText(const MsTag &Tag) const {
-  const SubSystem *S = FindSubSystem(Tag);
-  if (!S || Tag.Number < S->First ||
-      std::uint32_t(Tag.Number) >= std::uint32_t(S->First) + S->Count)
-    return nullptr;
-  if (S->Callback)
-    if (const char *Text = S->Callback(Tag.Number, S->PrefixText))
-      return Text;
-  return S->Table ? S->Table[Tag.Number].Text : nullptr;
-}
-
-void MsConsoleConcrete::ListTags(std::ostream &Out) const {
-  for (const auto &Entry : SubSystems) {
-    const SubSystem &S = Entry.second;
-    for (std::uint32_t N = S.First; N < std::uint32_t(S.First) + S.Count; ++N) {
-      MsTag Tag(S.PrefixText[0], S.PrefixText[1],
-                static_cast<std::uint16_t>(N));
-      const char *Text = RawText(Tag);
-      if (!Text)
-        continue;
-      bool Internal =
-          S.InternalFlags ? S.InternalFlags[N] : StartsWithInternalMarker(Text);
-      if (Internal)
-        continue;
-      Out << TagText(Tag) << ":  " << Text << '\n';
-    }
-  }
-}
+void MsConsoleConcrete::ListTags(std::ostream &Out) const { Tags.List(Out); }
 
 std::string MsConsoleConcrete::TagText(const MsTag &Tag, bool) const {
-  char Number[8];
-  std::snprintf(Number, sizeof Number, "%03d", static_cast<int>(Tag.Number));
-  const SubSystem *S = FindSubSystem(Tag);
-  return S ? S->PrefixText + Number : std::string(Number);
+  return Tags.TagText(Tag);
 }
 
 bool MsConsoleConcrete::TextToTag(const std::string &Text, MsTag &Tag) const {
-  if (Text.size() < 3)
-    return false;
-  auto It = SubSystems.find(Text.substr(0, 2));
-  if (It == SubSystems.end())
-    return false;
-  std::uint32_t Number = 0;
-  for (std::size_t I = 2; I < Text.size(); ++I) {
-    if (Text[I] < '0' || Text[I] > '9')
-      return false;
-    Number = Number * 10 + static_cast<std::uint32_t>(Text[I] - '0');
-    if (Number > 0xFFFF)
-      return false;
-  }
-  MsTag Candidate(Text[0], Text[1], static_cast<std::uint16_t>(Number));
-  if (!RawText(Candidate))
-    return false;
-  Tag = Candidate;
-  return true;
+  return Tags.TextToTag(Text, Tag);
 }
 
 std::string MsConsoleConcrete::MessageText(const MsTag &Tag) const {
-  const char *Text = RawText(Tag);
-  if (!Text)
-    return std::string();
-  if (StartsWithInternalMarker(Text))
-    Text += InternalMarkerLength;
-  return Text;
-}
-
-// --- Levels
-// -------------------------------------------------------------------
-
-int MsConsoleConcrete::KindOfLevel(Level Lvl) {
-  switch (Lvl) {
-  case FatalError:
-    return MsMessage::KindFatalError;
-  case CommandLineError:
-    return MsMessage::KindCommandLineError;
-  case ErrorFixed:
-    return MsMessage::KindErrorFixed;
-  case Error:
-    return MsMessage::KindError;
-  case Warning:
-    return MsMessage::KindWarning;
-  case Remark:
-    return MsMessage::KindRemark;
-  default:
-    GeInternalFailure("Unknown message level");
-  }
+  return Tags.MessageText(Tag);
 }
 
 bool MsConsoleConcrete::SetTagLevel(const MsTag &Tag, Level Lvl) {
-  if (!IsValidLevel(Lvl))
-    GeInternalFailure("Unknown message level");
-  auto It = TagLevels.find(Tag);
-  if (It == TagLevels.end() || It->second == FatalError ||
-      It->second == ErrorFixed)
-    return false;
-  It->second = Lvl;
-  return true;
+  return Tags.SetLevel(Tag, Lvl);
 }
 
 bool MsConsoleConcrete::SetTagLevel(const MsTag &Tag,
                                     const DiSourceRange &Range, Level Lvl) {
-  if (!IsValidLevel(Lvl))
-    GeInternalFailure("Unknown message level");
-  auto It = TagLevels.find(Tag);
-  if (It == TagLevels.end() || It->second == FatalError ||
-      It->second == ErrorFixed)
-    return false;
-  RangeLevels.push_back(RangeLevel{Tag, Range, Lvl});
-  return true;
+  return Tags.SetLevel(Tag, Range, Lvl);
 }
 
 MsConsole::Level MsConsoleConcrete::TagLevel(const MsTag &Tag,
                                              Level Default) const {
-  auto It = TagLevels.find(Tag);
-  return It == TagLevels.end() ? Default : It->second;
+  return Tags.LevelOf(Tag, Default);
 }
 
 MsConsole::Level MsConsoleConcrete::EffectiveLevel(const MsTag &Tag,
                                                    const DiSourcePosition &Pos,
                                                    Level Default) const {
-  return ApplyLevelRules(&Tag, Pos, TagLevel(Tag, Default));
-}
-
-MsConsole::Level MsConsoleConcrete::ApplyLevelRules(const MsTag *Tag,
-                                                    const DiSourcePosition &Pos,
-                                                    Level Lvl) const {
-  if (!IsValidLevel(Lvl))
-    GeInternalFailure("Unknown message level");
-  if (Lvl == FatalError || Lvl == ErrorFixed)
-    return Lvl;
-  if (Tag && App &&
-      (Lvl == Warning || Lvl == Remark ||
-       (Tag->Prefix[0] == 'P' && Tag->Prefix[1] == 'm')) &&
-      App->IsSuppressed(*Tag, Pos))
-    return Suppressed;
-  if (Tag)
-    for (auto It = RangeLevels.rbegin(); It != RangeLevels.rend(); ++It)
-      if (It->Tag == *Tag && It->Range.Contains(Pos)) {
-        Lvl = It->Lvl;
-        break;
-      }
-  if (Lvl == Warning && WarningsAreErrors)
-    Lvl = Error;
-  if (!WarningsEnabled && (Lvl == Warning || Lvl == Remark))
-    Lvl = Suppressed;
-  if (!RemarksEnabled && Lvl == Remark)
-    Lvl = Suppressed;
-  return Lvl;
+  return Tags.Map(&Tag, Pos, Tags.LevelOf(Tag, Default), App);
 }
 
 // --- Handlers and application interface ----------------------------------
 
+void MsConsoleConcrete::RebuildChain() {
+  std::vector<MsMessageHandler *> Chain;
+  if (Ide) {
+    Chain.push_back(Ide);
+  } else {
+    Chain.push_back(&Human);
+    if (StandardHandler)
+      Chain.push_back(StandardHandler);
+  }
+  Chain.insert(Chain.end(), Handlers.begin(), Handlers.end());
+  for (const auto &List : DependLists)
+    Chain.push_back(List.get());
+  Engine.SetHandlers(std::move(Chain));
+}
+
 void MsConsoleConcrete::AddHandler(MsMessageHandler &Handler) {
   Handlers.push_back(&Handler);
+  RebuildChain();
 }
 
 void MsConsoleConcrete::RemoveHandler(MsMessageHandler &Handler) {
   for (auto It = Handlers.begin(); It != Handlers.end(); ++It)
     if (*It == &Handler) {
       Handlers.erase(It);
+      RebuildChain();
       return;
     }
+}
+
+void MsConsoleConcrete::SetIdeHandler(MsMessageHandler *Handler) {
+  Ide = Handler;
+  RebuildChain();
 }
 
 void MsConsoleConcrete::SetApplicationInterface(
@@ -328,9 +183,9 @@ void MsConsoleConcrete::SetApplicationInterface(
 }
 
 void MsConsoleConcrete::PrepareOutOfMemory() {
-  OutOfMemory = std::make_unique<MsMessage>(MsMessage::KindOutOfMemory, MsTag(),
-                                            DiSourceRange(),
-                                            MakeTextContent("Out of memory"));
+  OutOfMemory = std::make_unique<MsMessage>(
+      MsMessage::KindOutOfMemory, MsTag(), DiSourceRange(),
+      MsMakeTextContent(App, "Out of memory"));
 }
 
 void MsConsoleConcrete::WriteSourceLine(const DiSourcePosition &Pos,
@@ -339,21 +194,6 @@ void MsConsoleConcrete::WriteSourceLine(const DiSourcePosition &Pos,
     App->WriteSourceLine(Pos, Out);
   else
     MsMessageFormatter::WriteSourceLineWithCaret(Pos, Out);
-}
-
-std::unique_ptr<MsMessageContentInterface>
-MsConsoleConcrete::MakeContent(const std::string &Format,
-                               const MsFillIns &FillIns) const {
-  if (App)
-    return App->MakeContent(Format, FillIns);
-  return std::make_unique<MsPlainMessageContent>(Format, FillIns);
-}
-
-std::unique_ptr<MsMessageContentInterface>
-MsConsoleConcrete::MakeTextContent(const std::string &Text) const {
-  if (App)
-    return App->MakeTextContent(Text);
-  return std::make_unique<MsPlainMessageContent>("%s", MsFillIns{Text});
 }
 
 // --- Reporting
@@ -367,43 +207,45 @@ void MsConsoleConcrete::Report(const MsTag &Tag, Level Lvl,
 void MsConsoleConcrete::Report(const MsTag &Tag, Level Lvl,
                                const DiSourceRange &Where,
                                const MsFillIns &FillIns) {
-  if (!RawText(Tag))
+  if (!Tags.RawText(Tag))
     GeInternalFailure("MsConsole: unknown message " + TagText(Tag));
   Level Effective = EffectiveLevel(Tag, Where.Start, Lvl);
   if (Effective == Suppressed)
     return;
-  int Kind = KindOfLevel(Effective);
+  int Kind = MsTagTable::KindOfLevel(Effective);
   std::unique_ptr<MsMessageContentInterface> Content =
-      MakeContent(MessageText(Tag), FillIns);
-  Log.push_back(Released{Tag, Effective, Content->Text()});
-  Release(std::make_unique<MsMessage>(Kind, Tag, Where, std::move(Content)));
-  if (Effective == FatalError) {
-    Start();
-    ReleaseAbortLine();
-    throw MsConsoleException();
-  }
+      MsMakeContent(App, MessageText(Tag), FillIns);
+  Engine.Log(Tag, Effective, Content->Text());
+  Engine.Release(
+      std::make_unique<MsMessage>(Kind, Tag, Where, std::move(Content)));
+  if (Effective == FatalError)
+    StopAfterFatal();
 }
 
 void MsConsoleConcrete::ReportText(Level Lvl, const DiSourceRange &Where,
                                    const std::string &Text) {
-  Level Effective = ApplyLevelRules(nullptr, Where.Start, Lvl);
+  Level Effective = Tags.Map(nullptr, Where.Start, Lvl, App);
   if (Effective == Suppressed)
     return;
-  int Kind = KindOfLevel(Effective);
-  Log.push_back(Released{MsTag(), Effective, Text});
-  Release(
-      std::make_unique<MsMessage>(Kind, MsTag(), Where, MakeTextContent(Text)));
-  if (Effective == FatalError) {
-    Start();
-    ReleaseAbortLine();
-    throw MsConsoleException();
-  }
+  int Kind = MsTagTable::KindOfLevel(Effective);
+  Engine.Log(MsTag(), Effective, Text);
+  Engine.Release(std::make_unique<MsMessage>(Kind, MsTag(), Where,
+                                             MsMakeTextContent(App, Text)));
+  if (Effective == FatalError)
+    StopAfterFatal();
+}
+
+void MsConsoleConcrete::StopAfterFatal() {
+  Start();
+  Engine.ReleaseAbortLine();
+  throw MsConsoleException();
 }
 
 void MsConsoleConcrete::ReportInternalError(const DiSourceRange &Where,
                                             const std::string &Text) {
-  Release(std::make_unique<MsMessage>(MsMessage::KindInternalError, MsTag(),
-                                      Where, MakeTextContent(Text)));
+  Engine.Release(std::make_unique<MsMessage>(MsMessage::KindInternalError,
+                                             MsTag(), Where,
+                                             MsMakeTextContent(App, Text)));
 }
 
 void MsConsoleConcrete::ReportFatalText(const std::string &Prefix,
@@ -418,19 +260,19 @@ void MsConsoleConcrete::ReportFatalText(const std::string &Prefix,
   }
   InFatal = true;
   try {
-    if (Draining) {
+    if (Engine.IsDraining()) {
       // Raised while a queued message was being handed out: that message is
       // lost; show this one directly.
-      MsMessage Fatal(
-          MsMessage::KindFatalError, MsMakeTag(MsMsgFatalText), DiSourceRange(),
-          MakeContent(MessageText(MsMakeTag(MsMsgFatalText)), MsFillIns{Text}));
+      MsTag Tag = MsMakeTag(MsMsgFatalText);
+      MsMessage Fatal(MsMessage::KindFatalError, Tag, DiSourceRange(),
+                      MsMakeContent(App, MessageText(Tag), MsFillIns{Text}));
       MsMessage Abort(MsMessage::KindAbort, MsTag(), DiSourceRange(), nullptr);
-      Classify(Fatal);
-      Dispatch(Fatal);
-      Classify(Abort);
-      Dispatch(Abort);
+      Engine.Classify(Fatal);
+      Engine.Dispatch(Fatal);
+      Engine.Classify(Abort);
+      Engine.Dispatch(Abort);
     } else {
-      ReleaseFatal(Text);
+      Engine.ReleaseFatal(Text);
     }
   } catch (...) {
   }
@@ -441,45 +283,49 @@ void MsConsoleConcrete::ReportFatalText(const std::string &Prefix,
 
 void MsConsoleConcrete::ReportOutOfMemory() {
   try {
-    Classify(*OutOfMemory);
-    Dispatch(*OutOfMemory);
+    Engine.Classify(*OutOfMemory);
+    Engine.Dispatch(*OutOfMemory);
   } catch (...) {
   }
 }
 
+void MsConsoleConcrete::ReleaseText(int Kind, const std::string &Text) {
+  Engine.Release(std::make_unique<MsMessage>(Kind, MsTag(), DiSourceRange(),
+                                             MsMakeTextContent(App, Text)));
+}
+
 void MsConsoleConcrete::WriteLine(const std::string &Line) {
-  Release(std::make_unique<MsMessage>(MsMessage::KindInformation, MsTag(),
-                                      DiSourceRange(), MakeTextContent(Line)));
+  ReleaseText(MsMessage::KindInformation, Line);
 }
 
 void MsConsoleConcrete::WriteTextLine(const std::string &Line) {
-  Release(std::make_unique<MsMessage>(MsMessage::KindText, MsTag(),
-                                      DiSourceRange(), MakeTextContent(Line)));
+  ReleaseText(MsMessage::KindText, Line);
 }
 
 void MsConsoleConcrete::AnnounceFile(const std::string &Path, bool System) {
-  if (!AnnouncedFiles.insert(Path).second)
-    return;
-  ReleaseFile(System ? MsMessage::KindSystemDependFile
-                     : MsMessage::KindDependFile,
-              Path);
+  if (AnnouncedFiles.insert(Path).second)
+    ReleaseText(System ? MsMessage::KindSystemDependFile
+                       : MsMessage::KindDependFile,
+                Path);
 }
 
 void MsConsoleConcrete::AnnounceIncludeFile(const std::string &Path) {
-  if (!AnnouncedIncludes.insert(Path).second)
-    return;
-  ReleaseFile(MsMessage::KindIncludeFile, Path);
+  if (AnnouncedIncludes.insert(Path).second)
+    ReleaseText(MsMessage::KindIncludeFile, Path);
 }
 
 void MsConsoleConcrete::NotifyOutputFileWritten(const std::string &Path) {
-  ReleaseFile(MsMessage::KindOutputFile, Path);
+  ReleaseText(MsMessage::KindOutputFile, Path);
 }
+
+// --- Dependency lists -------------------------------------------------------
 
 void MsConsoleConcrete::AddDependencyList(
     std::unique_ptr<MsDependHandler> List) {
   if (!List)
     GeInternalFailure("MsConsole: no dependency list");
   DependLists.push_back(std::move(List));
+  RebuildChain();
 }
 
 void MsConsoleConcrete::FinishDependencyLists() {
@@ -487,181 +333,36 @@ void MsConsoleConcrete::FinishDependencyLists() {
   // messages, and the rest are abandoned if finishing one stops the run.
   std::vector<std::unique_ptr<MsDependHandler>> Lists;
   Lists.swap(DependLists);
+  RebuildChain();
   for (auto &List : Lists)
     List->Finish();
 }
 
-void MsConsoleConcrete::DiscardDependencyLists() { DependLists.clear(); }
-
-void MsConsoleConcrete::ReleaseFile(int Kind, const std::string &Path) {
-  Release(std::make_unique<MsMessage>(Kind, MsTag(), DiSourceRange(),
-                                      MakeTextContent(Path)));
+void MsConsoleConcrete::DiscardDependencyLists() {
+  DependLists.clear();
+  RebuildChain();
 }
 
 void MsConsoleConcrete::SetSignOn(const std::string &TitleLine,
                                   const std::string &CopyrightLine) {
-  Title = TitleLine;
-  Copyright = CopyrightLine;
-  SignOnSet = true;
-}
-
-// --- Release and queue ----------------------------------------------------
-
-bool MsConsoleConcrete::Classify(const MsMessage &M) {
-  switch (M.Kind()) {
-  case MsMessage::KindAbort:
-  case MsMessage::KindOutOfMemory:
-    Aborted = true;
-    if (App)
-      App->NotifyError();
-    return true;
-  case MsMessage::KindFatalError:
-  case MsMessage::KindCommandLineError:
-  case MsMessage::KindErrorFixed:
-  case MsMessage::KindError:
-    ++Errors;
-    if (App)
-      App->NotifyError();
-    return true;
-  case MsMessage::KindWarning:
-    ++Warnings;
-    return true;
-  case MsMessage::KindInformation:
-    return !Silent;
-  default:
-    return true;
-  }
-}
-
-void MsConsoleConcrete::Release(std::unique_ptr<MsMessage> M, bool CheckLimit) {
-  if (!Classify(*M))
-    return;
-  Queue.push_back(std::move(M));
-  if (!Started || Draining)
-    return;
-  Drain();
-  if (CheckLimit)
-    CheckErrorLimit();
-}
-
-void MsConsoleConcrete::Drain() {
-  if (Draining)
-    return;
-  FlagScope Busy(Draining);
-  while (!Queue.empty()) {
-    std::unique_ptr<MsMessage> M = std::move(Queue.front());
-    Queue.pop_front();
-    if (M->Kind() == MsMessage::KindInformation && Silent)
-      continue;
-    Dispatch(*M);
-  }
-}
-
-void MsConsoleConcrete::Dispatch(const MsMessage &M) {
-  if (!Ide) {
-    Formatter->Format(*ErrStream, M, *this);
-    ErrStream->flush();
-  }
-  bool StopAfter = false;
-  auto Hand = [&](MsMessageHandler *Handler) {
-    try {
-      Handler->Handle(M, *this);
-    } catch (const MsConsoleException &) {
-      StopAfter = true;
-    }
-  };
-  if (MsMessageHandler *First = Ide ? Ide : StandardHandler)
-    Hand(First);
-  for (std::size_t I = 0; I < Handlers.size(); ++I)
-    Hand(Handlers[I]);
-  for (std::size_t I = 0; I < DependLists.size(); ++I)
-    Hand(DependLists[I].get());
-  if (StopAfter)
-    throw MsConsoleException();
-}
-
-void MsConsoleConcrete::CheckErrorLimit() {
-  if (ErrLimit == 0 || Errors < ErrLimit)
-    return;
-  ErrLimit = 0;
-  ReleaseFatal("Error limit reached\n");
-  throw MsConsoleException();
-}
-
-void MsConsoleConcrete::ReleaseFatal(const std::string &Text) {
-  MsTag Tag = MsMakeTag(MsMsgFatalText);
-  std::unique_ptr<MsMessageContentInterface> Content =
-      MakeContent(MessageText(Tag), MsFillIns{Text});
-  Log.push_back(Released{Tag, FatalError, Content->Text()});
-  MarkStarted();
-  Release(std::make_unique<MsMessage>(MsMessage::KindFatalError, Tag,
-                                      DiSourceRange(), std::move(Content)),
-          false);
-  ReleaseAbortLine();
-}
-
-void MsConsoleConcrete::ReleaseAbortLine() {
-  Release(std::make_unique<MsMessage>(MsMessage::KindAbort, MsTag(),
-                                      DiSourceRange(), nullptr),
-          false);
-}
-
-void MsConsoleConcrete::MarkStarted() {
-  if (Started)
-    return;
-  Started = true;
-  // The sign-on lines go before everything that waited for the start.
-  if (SignOnSet && !SignOnSuppressed && !Silent) {
-    Queue.push_front(std::make_unique<MsMessage>(MsMessage::KindInformation,
-                                                 MsTag(), DiSourceRange(),
-                                                 MakeTextContent(Copyright)));
-    Queue.push_front(std::make_unique<MsMessage>(MsMessage::KindInformation,
-                                                 MsTag(), DiSourceRange(),
-                                                 MakeTextContent(Title)));
-  }
-}
-
-void MsConsoleConcrete::Start() {
-  MarkStarted();
-  if (Draining)
-    return;
-  Drain();
-  CheckErrorLimit();
+  Engine.SetSignOn(TitleLine, CopyrightLine);
 }
 
 // --- Run control
 // ----------------------------------------------------------------
 
+void MsConsoleConcrete::Start() { Engine.Start(); }
+
 int MsConsoleConcrete::Summary(std::ostream &Out) {
-  if (Aborted || Errors)
+  if (Engine.IsAborted() || Engine.ErrorCount())
     DiscardDependencyLists();
   try {
     FinishDependencyLists();
   } catch (const MsConsoleException &) {
     // Writing a list reached the error limit; the run is aborted now.
   }
-  if (!Aborted) {
-    Out << "\nErrors: ";
-    if (Errors)
-      Out << Errors;
-    else
-      Out << "none";
-    Out << "\nWarnings: ";
-    if (Warnings)
-      Out << Warnings;
-    else
-      Out << "none";
-    Out << '\n';
-  }
-  if (StoppedByRequest)
-    return 4;
-  if (Aborted)
-    return 3;
-  if (Errors)
-    return 2;
-  if (!Warnings)
-    return 0;
-  return WarningsAffectExitCode || MsIdeMode() ? 1 : 0;
+  Engine.WriteSummary(Out);
+  return Engine.ExitStatus(HasIdeHandler());
 }
 
 MsWorkingProgress &MsConsoleConcrete::Progress() {
@@ -673,10 +374,11 @@ MsWorkingProgress &MsConsoleConcrete::Progress() {
 void MsConsoleConcrete::CheckStopRequest() {
   if (!Stop || !Stop->StopRequested())
     return;
-  StoppedByRequest = true;
-  Aborted = true;
+  Engine.MarkStoppedByRequest();
   throw MsConsoleException();
 }
+
+// --- The process-wide console -----------------------------------------------
 
 namespace {
 MsConsoleConcrete *ProcessConsole = nullptr;

@@ -4,9 +4,10 @@
 
 #include "console/MsConsole.h"
 #include "console/MsMessage.h"
+#include "console/MsMessageEngine.h"
+#include "console/MsMessageHandler.h"
+#include "console/MsTagTable.h"
 
-#include <deque>
-#include <map>
 #include <memory>
 #include <ostream>
 #include <set>
@@ -16,43 +17,26 @@
 
 class MsMessageHandlerStdout;
 
-/// The console. It owns the subsystem table and the tag levels, works out the
-/// effective level of each report, counts, enforces the error limit, holds
-/// released messages in a queue until it is started, and then hands each one
-/// to its formatter and its handlers; at the end it prints the summary and
-/// answers the exit status.
+/// The console, composed of three parts: the tag table (subsystems, tag
+/// texts and levels, the level rule: MsTagTable), the message engine
+/// (counting, queue, error limit, exit status: MsMessageEngine) and the
+/// handler chain the engine feeds. The console itself turns reports into
+/// messages, owns the dependency lists and keeps the chain in order.
 ///
-/// Outputs. The formatter writes the human form of diagnostics (and of the
-/// abort, out-of-memory and internal-error messages) to the error stream:
-/// standard error, or whatever SetErrorStream() names (standard output with
-/// only_stdout). The standard handler writes only the informational and text
-/// lines, to standard output. So each message's human form appears exactly
-/// once. When an IDE handler is stored it takes the standard handler's place
-/// and the formatter is not used: the protocol replaces the human form.
-/// Further handlers follow, and after them the dependency lists. None of the
-/// streams, handlers, the formatter, the application interface or the stop
-/// query is owned, except the formatter and standard handler that the
-/// stream-taking constructors make, and the dependency lists. The lists of
-/// the process-wide console are discarded when the process exits, so that an
+/// Handler chain. Every released message goes, in this order, to the human
+/// handler (MsMessageHandlerHuman: the formatter's human form of
+/// diagnostics, abort, out-of-memory and internal-error messages on the
+/// error stream, which is standard error or whatever SetErrorStream() names),
+/// the standard handler (only the informational and text lines, to standard
+/// output), the handlers added with AddHandler(), and last the dependency
+/// lists. So each message's human form appears exactly once. When an IDE
+/// handler is stored it takes the place of the human and the standard
+/// handler: its protocol replaces the human form. None of the streams,
+/// handlers, the formatter, the application interface or the stop query is
+/// owned, except the formatter and standard handler that the stream-taking
+/// constructors make, and the dependency lists. The lists of the
+/// process-wide console are discarded when the process exits, so that an
 /// unfinished list never leaves a temporary file behind.
-///
-/// Levels. Each registered table gives every tag its default level; the
-/// diag options change them (SetTagLevel), but never a tag at level 0 or 2.
-/// The level of a report is worked out by these steps: (1) the tag's level
-/// (the issuer's level for a tag without table entry); (2) 0 and 2 are
-/// final; (3) a warning or remark, or any "Pm" tag, that the application
-/// interface suppresses at the position becomes 6; (4) the latest range
-/// override of the tag that contains the position applies; (5) a warning
-/// becomes an error (3) when warnings are errors; (6) warnings and remarks
-/// become 6 when warnings are disabled; (7) remarks become 6 unless remarks
-/// are enabled. Level 6 drops the message.
-///
-/// Release. Kinds 0 and 1 mark the run as aborted, kinds 2 to 5 count one
-/// error, kind 6 one warning; aborts and errors call the application
-/// interface's NotifyError(). Informational lines are dropped when silent.
-/// After the queue is drained, reaching the error limit (default 100, 0 for
-/// none) reports the fatal text "Error limit reached\n" once and throws
-/// MsConsoleException.
 ///
 /// Fatal errors. A fatal message (a report of level 0, the error limit, the
 /// fatal text report) starts the console, is released, and is followed by
@@ -124,7 +108,8 @@ public:
   MsMessageFormatter &GetFormatter() const override { return *Formatter; }
   void AddHandler(MsMessageHandler &Handler) override;
   void RemoveHandler(MsMessageHandler &Handler) override;
-  void SetIdeHandler(MsMessageHandler *Handler) override { Ide = Handler; }
+  void SetIdeHandler(MsMessageHandler *Handler) override;
+  bool HasIdeHandler() const override { return Ide != nullptr; }
   void SetStopQuery(MsStopQuery *Query) override { Stop = Query; }
   void SetApplicationInterface(ApplicationInterface *Interface) override;
   ApplicationInterface *GetApplicationInterface() const override { return App; }
@@ -158,111 +143,55 @@ public:
   void DiscardDependencyLists() override;
   void SetSignOn(const std::string &Title,
                  const std::string &Copyright) override;
-  void SetSignOnSuppressed(bool On) override { SignOnSuppressed = On; }
-  const std::string &SignOnTitle() const override { return Title; }
-  const std::string &SignOnCopyright() const override { return Copyright; }
+  void SetSignOnSuppressed(bool On) override { Engine.SetSignOnSuppressed(On); }
+  const std::string &SignOnTitle() const override {
+    return Engine.SignOnTitle();
+  }
+  const std::string &SignOnCopyright() const override {
+    return Engine.SignOnCopyright();
+  }
 
   int Summary(std::ostream &Out) override;
   MsWorkingProgress &Progress() override;
   void CheckStopRequest() override;
   void Start() override;
-  bool IsStarted() const override { return Started; }
+  bool IsStarted() const override { return Engine.IsStarted(); }
 
-  void SetSilent(bool On) override { Silent = On; }
-  void SetWarningsEnabled(bool On) override { WarningsEnabled = On; }
-  void SetRemarksEnabled(bool On) override { RemarksEnabled = On; }
-  void SetWarningsAreErrors(bool On) override { WarningsAreErrors = On; }
+  void SetSilent(bool On) override { Engine.SetSilent(On); }
+  void SetWarningsEnabled(bool On) override { Tags.SetWarningsEnabled(On); }
+  void SetRemarksEnabled(bool On) override { Tags.SetRemarksEnabled(On); }
+  void SetWarningsAreErrors(bool On) override { Tags.SetWarningsAreErrors(On); }
   void SetWarningsAffectExitCode(bool On) override {
-    WarningsAffectExitCode = On;
+    Engine.SetWarningsAffectExitCode(On);
   }
-  void SetErrorLimit(std::uint32_t Limit) override { ErrLimit = Limit; }
-  std::uint32_t ErrorLimit() const override { return ErrLimit; }
-  unsigned ErrorCount() const override { return Errors; }
-  unsigned WarningCount() const override { return Warnings; }
-  bool IsAborted() const override { return Aborted; }
-  bool IsStoppedByRequest() const { return StoppedByRequest; }
+  void SetErrorLimit(std::uint32_t Limit) override {
+    Engine.SetErrorLimit(Limit);
+  }
+  std::uint32_t ErrorLimit() const override { return Engine.ErrorLimit(); }
+  unsigned ErrorCount() const override { return Engine.ErrorCount(); }
+  unsigned WarningCount() const override { return Engine.WarningCount(); }
+  bool IsAborted() const override { return Engine.IsAborted(); }
+  bool IsStoppedByRequest() const { return Engine.IsStoppedByRequest(); }
 
-  /// A reported diagnostic as it was released: its tag, its effective level
-  /// and its text as it stands.
-  struct Released {
-    MsTag Tag;
-    Level Lvl;
-    std::string Text;
-  };
+  using Released = MsMessageEngine::Released;
   /// Every diagnostic reported so far (levels 0 to 5), in arrival order.
-  const std::vector<Released> &Messages() const { return Log; }
-
-  /// The kind a diagnostic of level Lvl is shown as (0 to kind 2, ..., 5 to
-  /// kind 7); any other level is the internal failure "Unknown message
-  /// level".
-  static int KindOfLevel(Level Lvl);
+  const std::vector<Released> &Messages() const { return Engine.Messages(); }
 
 private:
-  struct SubSystem {
-    std::string PrefixText;
-    const MessageDef *Table;
-    const bool *InternalFlags;
-    std::uint16_t First;
-    std::uint16_t Count;
-    TextCallback Callback;
-  };
-  struct RangeLevel {
-    MsTag Tag;
-    DiSourceRange Range;
-    Level Lvl;
-  };
-
-  void Init();
-  const SubSystem *FindSubSystem(const MsTag &Tag) const;
-  /// The raw text of Tag (table or callback), or null.
-  const char *RawText(const MsTag &Tag) const;
-  Level ApplyLevelRules(const MsTag *Tag, const DiSourcePosition &Pos,
-                        Level Lvl) const;
-  std::unique_ptr<MsMessageContentInterface>
-  MakeContent(const std::string &Format, const MsFillIns &FillIns) const;
-  std::unique_ptr<MsMessageContentInterface>
-  MakeTextContent(const std::string &Text) const;
+  /// Hands the chain, in its order, to the engine.
+  void RebuildChain();
+  void ReleaseText(int Kind, const std::string &Text);
+  /// After a fatal report: starts, releases the abort line and throws.
+  [[noreturn]] void StopAfterFatal();
   void PrepareOutOfMemory();
 
-  /// Counts M by its kind, queues it, and drains the queue when started;
-  /// then checks the error limit unless CheckLimit is false.
-  void Release(std::unique_ptr<MsMessage> M, bool CheckLimit = true);
-  /// Counts M by its kind; false when M is to be dropped.
-  bool Classify(const MsMessage &M);
-  /// Sets the started flag; queues the sign-on lines the first time.
-  void MarkStarted();
-  void Drain();
-  /// Hands M to the formatter and the handlers; rethrows a handler's
-  /// MsConsoleException after all of them saw M.
-  void Dispatch(const MsMessage &M);
-  void CheckErrorLimit();
-  /// Releases the fatal message Text (tag Ms008) and the abort line.
-  void ReleaseFatal(const std::string &Text);
-  void ReleaseAbortLine();
-  void ReleaseFile(int Kind, const std::string &Path);
+  MsTagTable Tags;
+  MsMessageEngine Engine;
 
-  std::map<std::string, SubSystem> SubSystems;
-  std::map<MsTag, Level> TagLevels;
-  std::vector<RangeLevel> RangeLevels;
-
-  bool Silent = false;
-  bool Aborted = false;
-  unsigned Errors = 0;
-  std::uint32_t ErrLimit = 100;
-  unsigned Warnings = 0;
-  bool RemarksEnabled = false;
-  bool WarningsEnabled = true;
-  bool WarningsAffectExitCode = false;
-  bool WarningsAreErrors = false;
-  bool Started = false;
-  bool StoppedByRequest = false;
-  bool Draining = false;
-  bool InFatal = false;
-
-  std::deque<std::unique_ptr<MsMessage>> Queue;
   std::unique_ptr<MsMessageFormatter> OwnFormatter;
   std::unique_ptr<MsMessageHandlerStdout> OwnStandardHandler;
   MsMessageFormatter *Formatter = nullptr;
+  MsMessageHandlerHuman Human;
   MsMessageHandler *StandardHandler = nullptr;
   MsMessageHandler *Ide = nullptr;
   std::vector<MsMessageHandler *> Handlers;
@@ -272,6 +201,7 @@ private:
   ApplicationInterface *App = nullptr;
   MsStopQuery *Stop = nullptr;
   std::ostream *ErrStream;
+  bool InFatal = false;
 
   ConsoleStreamBuf OutBuf;
   std::ostream OutStream;
@@ -280,11 +210,6 @@ private:
   std::set<std::string> AnnouncedIncludes;
   std::unique_ptr<MsMessage> OutOfMemory;
   std::unique_ptr<MsWorkingProgress> ProgressObject;
-  std::string Title;
-  std::string Copyright;
-  bool SignOnSuppressed = false;
-  bool SignOnSet = false;
-  std::vector<Released> Log;
 };
 
 #endif

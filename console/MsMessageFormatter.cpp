@@ -8,26 +8,6 @@
 #include <sstream>
 #include <string>
 
-void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoFatalError(
-    const MsMessage &) {
-  LevelWord = "Fatal error";
-}
-void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoCommandLineError(
-    const MsMessage &) {
-  LevelWord = "Command line error";
-}
-void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoError(const MsMessage &) {
-  LevelWord = "Error";
-}
-void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoWarning(
-    const MsMessage &) {
-  LevelWord = "Warning";
-}
-void MsMessageFormatterDoDiagnosticNoSourceVisitor::DoRemark(
-    const MsMessage &) {
-  LevelWord = "Remark";
-}
-
 const char *
 MsMessageFormatterDoDiagnosticNoSourceVisitor::LevelWordOf(const MsMessage &M) {
   MsMessageFormatterDoDiagnosticNoSourceVisitor V;
@@ -117,41 +97,38 @@ MsMessageFormatter::~MsMessageFormatter() = default;
 
 void MsMessageFormatter::DoDiagnostic(std::ostream &Out, const MsMessage &M,
                                       const MsConsole &Console) const {
-  GeFresh_ostrstream Buffer;
-  if (ShowsSourceLine(M))
-    WriteSourceLineContext(Buffer, M, Console);
-  if (M.HasPosition())
-    WriteSourcePosition(Buffer, M.Position());
-  WriteLevelAndTag(Buffer, M, Console);
-  FinishMessage(Out, Buffer, *this, M);
+  Compose(Out, M, Console, Lead::ContextAndPosition, nullptr);
 }
 
 void MsMessageFormatter::DoDiagnosticNoSource(std::ostream &Out,
                                               const MsMessage &M,
                                               const MsConsole &Console) const {
-  GeFresh_ostrstream Buffer;
-  WriteLevelAndTag(Buffer, M, Console);
-  FinishMessage(Out, Buffer, *this, M);
+  Compose(Out, M, Console, Lead::Nothing, nullptr);
 }
 
 void MsMessageFormatter::DoCommandLineError(std::ostream &Out,
                                             const MsMessage &M,
                                             const MsConsole &Console) const {
-  GeFresh_ostrstream Buffer;
-  if (ShowsSourceLine(M))
-    WriteSourceLineContext(Buffer, M, Console);
-  if (M.HasPosition())
-    WriteSourcePosition(Buffer, M.Position());
-  Buffer << "Command line error: ";
-  FinishMessage(Out, Buffer, *this, M);
+  Compose(Out, M, Console, Lead::ContextAndPosition, "Command line error: ");
 }
 
 void MsMessageFormatter::DoInternalError(std::ostream &Out, const MsMessage &M,
-                                         const MsConsole &) const {
+                                         const MsConsole &Console) const {
+  Compose(Out, M, Console, Lead::Position, "Internal error: ");
+}
+
+void MsMessageFormatter::Compose(std::ostream &Out, const MsMessage &M,
+                                 const MsConsole &Console, Lead Heading,
+                                 const char *Label) const {
   GeFresh_ostrstream Buffer;
-  if (M.HasPosition())
+  if (Heading == Lead::ContextAndPosition && ShowsSourceLine(M))
+    WriteSourceLineContext(Buffer, M, Console);
+  if (Heading != Lead::Nothing && M.HasPosition())
     WriteSourcePosition(Buffer, M.Position());
-  Buffer << "Internal error: ";
+  if (Label)
+    Buffer << Label;
+  else
+    WriteLevelAndTag(Buffer, M, Console);
   FinishMessage(Out, Buffer, *this, M);
 }
 

@@ -16,11 +16,13 @@
 class MsMessageFormatterDoDiagnosticNoSourceVisitor
     : public MsMessage::Visitor {
 public:
-  void DoFatalError(const MsMessage &M) override;
-  void DoCommandLineError(const MsMessage &M) override;
-  void DoError(const MsMessage &M) override;
-  void DoWarning(const MsMessage &M) override;
-  void DoRemark(const MsMessage &M) override;
+  void DoFatalError(const MsMessage &) override { LevelWord = "Fatal error"; }
+  void DoCommandLineError(const MsMessage &) override {
+    LevelWord = "Command line error";
+  }
+  void DoError(const MsMessage &) override { LevelWord = "Error"; }
+  void DoWarning(const MsMessage &) override { LevelWord = "Warning"; }
+  void DoRemark(const MsMessage &) override { LevelWord = "Remark"; }
 
   const char *Word() const { return LevelWord; }
 
@@ -111,6 +113,15 @@ public:
                                        std::ostream &Out);
 
 private:
+  /// What a message's heading starts with, before its label.
+  enum class Lead { Nothing, Position, ContextAndPosition };
+  /// Writes M with its heading: the source-line context (with
+  /// ContextAndPosition, unless M is at the end of the source), the position
+  /// (unless Nothing, when M has one), then Label, or the level word and tag
+  /// when Label is null; then the wrapped content.
+  void Compose(std::ostream &Out, const MsMessage &M, const MsConsole &Console,
+               Lead Heading, const char *Label) const;
+
   std::int32_t LineWidth;
 };
 

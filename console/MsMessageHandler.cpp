@@ -1,12 +1,20 @@
-// Message handlers and the standard-output handler.
+// Message handlers: the human handler and the standard-output handler.
 #include "console/MsMessageHandler.h"
 
+#include "console/MsConsole.h"
+#include "console/MsMessageFormatter.h"
 #include "general/GeStreamAdaptors.h"
 
 #include <ostream>
 #include <string>
 
 MsMessageHandler::~MsMessageHandler() = default;
+
+void MsMessageHandlerHuman::Handle(const MsMessage &M, MsConsole &Console) {
+  std::ostream &Out = Console.ErrorStream();
+  Console.GetFormatter().Format(Out, M, Console);
+  Out.flush();
+}
 
 MsMessageHandlerStdout::MsMessageHandlerStdout(std::ostream &Stream)
     : Out(Stream) {}

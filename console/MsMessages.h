@@ -6,25 +6,19 @@
 
 #include <cstdint>
 
-/// Numbers of the messages of the "Ms" subsystem.
+/// Numbers of the messages of the "Ms" subsystem (their levels and texts are
+/// in MsMessages.def). MsMsgNone stands for index 0, which holds no message.
 enum MsMessageNumber : std::uint16_t {
-  MsMsgUnknownTag = 1,       ///< "diagnostic tag %sq does not exist"
-  MsMsgFixedTag = 2,         ///< "diagnostic tag %sq can not have ..."
-  MsMsgCannotWrite = 3,      ///< "could not open file %sq for writing"
-  MsMsgWriteProblem = 4,     ///< "problem writing to file %sq"
-  MsMsgCloseProblem = 5,     ///< "problem closing file %sq"
-  MsMsgIllegalPath = 6,      ///< "illegal path %sq"
-  MsMsgCannotOpen = 7,       ///< "could not open file %sq"
-  MsMsgFatalText = 8,        ///< "[internal]%s"
-  MsMsgUnclosedComment = 9,  ///< "comment unclosed at end of file"
-  MsMsgMissingQuote = 10,    ///< "missing closing quote"
-  MsMsgIllegalInteger = 11,  ///< "illegal integer"
-  MsMsgIllegalHexNumber = 12 ///< "illegal hexadecimal number"
+  MsMsgNone = 0,
+#define MS_MESSAGE(Name, Level, Text) Name,
+#include "console/MsMessages.def"
+#undef MS_MESSAGE
+  MsMsgEnd
 };
 
 inline constexpr const char MsMessagePrefix[] = "Ms";
 inline constexpr std::uint16_t MsFirstMessage = 1;
-inline constexpr std::uint16_t MsMessageCount = 12;
+inline constexpr std::uint16_t MsMessageCount = MsMsgEnd - MsFirstMessage;
 
 /// The table of the "Ms" subsystem, indexed by message number; index 0 holds
 /// no message.

@@ -59,7 +59,6 @@ bool WtInstallConsoleAgent(const std::string &FirstArgument,
   Installed = Handler.release();
   Console.SetIdeHandler(Installed);
   Console.SetStopQuery(&StopQuery);
-  MsSetIdeMode(true);
   return true;
 }
 
@@ -68,7 +67,6 @@ MsWorkbenchHandler *WtInstalledWorkbenchHandler() { return Installed; }
 void WtUninstallConsoleAgent(MsConsole &Console) {
   Console.SetIdeHandler(nullptr);
   Console.SetStopQuery(nullptr);
-  MsSetIdeMode(false);
   delete Installed;
   Installed = nullptr;
 }

@@ -18,9 +18,9 @@ bool WtInstallConsoleAgent(const std::string &FirstArgument);
 
 /// The same on Console. On success: creates the MsWorkbenchHandler for the
 /// new agent and makes it the process-wide handler, stores it as Console's
-/// IDE handler (the protocol then replaces the human form of messages),
-/// installs a stop query that asks the agent, and sets the process-wide IDE
-/// mode flag (MsSetIdeMode).
+/// IDE handler (the protocol then replaces the human form of messages, and
+/// the console knows it runs under the IDE link) and installs a stop query
+/// that asks the agent.
 bool WtInstallConsoleAgent(const std::string &FirstArgument,
                            MsConsole &Console);
 
@@ -28,7 +28,7 @@ bool WtInstallConsoleAgent(const std::string &FirstArgument,
 MsWorkbenchHandler *WtInstalledWorkbenchHandler();
 
 /// Undoes WtInstallConsoleAgent on Console: removes the IDE handler and the
-/// stop query, clears the IDE mode flag and destroys the handler and its
+/// stop query and destroys the handler and its
 /// agent. For tests and for embedding the framework; a tool run as a process
 /// keeps its agent to the end. The exit marker is written at exit all the
 /// same once an agent was made.

@@ -45,6 +45,26 @@ TEST(LcConsoleApplicationInterfaceTest, MakeContent) {
   App.NotifyError();
 }
 
+TEST(LcConsoleApplicationInterfaceTest, PositionsTaggedWhileTheConsoleHasAnIdeHandler) {
+  std::ostringstream Err, Out;
+  MsConsoleConcrete Console(Err, Out);
+  LcConsoleApplicationInterface App(Console);
+  OneFile File("f.c", {"1", "2"});
+  MsFillIns FillIns;
+  FillIns.Positions.push_back(DiSourceRange(File.At(2, 3)));
+  EXPECT_EQ(App.MakeContent("at %p", FillIns)->Text(), "at \"f.c\", line 2");
+  RecordingHandler Ide;
+  Console.SetIdeHandler(&Ide);
+  EXPECT_EQ(App.MakeContent("at %p", FillIns)->Text(),
+            "at \x01<SRCREF file=\"f.c\" line=2 col=3\x01>\"f.c\", line "
+            "2\x01</SRCREF\x01>");
+  EXPECT_EQ(App.MakeContent("%pv", FillIns)->Text(),
+            "\x01<SRCREF file=\"f.c\" line=2 col=3\x01>at line 2 of "
+            "\"f.c\"\x01</SRCREF\x01>");
+  Console.SetIdeHandler(nullptr);
+  EXPECT_EQ(App.MakeContent("at %p", FillIns)->Text(), "at \"f.c\", line 2");
+}
+
 TEST(LcConsoleApplicationInterfaceTest, PreformattedNeedsExactlyOneString) {
   ThrowingFailureScope Scope;
   std::ostringstream Err, Out;

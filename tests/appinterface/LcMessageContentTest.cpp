@@ -90,14 +90,14 @@ TEST(LcMessageContentFormatTest, Positions) {
   EXPECT_EQ(Unwrapped("%s %p", {"in"}, {P[0]}), "in \"f.c\", line 3");
 }
 
-TEST(LcMessageContentFormatTest, PositionsUnderTheIdeLinkAreTagged) {
+TEST(LcMessageContentFormatTest, TaggedPositionsUnderTheIdeLink) {
   OneFile File("f.c", {"1", "2", "3"});
-  MsSetIdeMode(true);
-  std::string Text =
-      Unwrapped("see %p", {}, {DiSourceRange(File.At(2, 1), File.At(3, 4))});
-  MsSetIdeMode(false);
-  EXPECT_EQ(Text, "see \x01<SRCREF file=\"f.c\" line=2 col=1 endline=3 "
-                  "endcol=4\x01>\"f.c\", line 2\x01</SRCREF\x01>");
+  Ranges P{DiSourceRange(File.At(2, 1), File.At(3, 4))};
+  EXPECT_EQ(LcMessageContent("see %p", {}, P, false, nullptr, true).Text(),
+            "see \x01<SRCREF file=\"f.c\" line=2 col=1 endline=3 "
+            "endcol=4\x01>\"f.c\", line 2\x01</SRCREF\x01>");
+  EXPECT_EQ(LcMessageContent("see %p", {}, P, false, nullptr, false).Text(),
+            "see \"f.c\", line 2");
 }
 
 /// Translates names that start with "~/".

@@ -1,5 +1,6 @@
-// Tests of the console core: subsystems and tags, the level rules, release
-// and queue, handlers, error limit, summary and exit status, fatal reports.
+// Tests of the console as a whole: reports through its tag table and engine,
+// the level rules as reports meet them, queue and handler chain, error limit,
+// summary and exit status, fatal reports, the process-wide console.
 #include "console/MsConsoleConcrete.h"
 #include "console/MsDependHandler.h"
 
@@ -126,15 +127,6 @@ TEST(MsConsoleReportTest, FillInMismatchFailsAtTheIssuer) {
 // Subsystems and tags
 //===----------------------------------------------------------------------===//
 
-TEST(MsConsoleTagTest, TagTextOfRegisteredAndUnregisteredPrefix) {
-  ConsoleFixture F;
-  EXPECT_EQ(F.Console.TagText(MsTag("Ms", 1)), "Ms001");
-  EXPECT_EQ(F.Console.TagText(Tt(12)), "Tt012");
-  EXPECT_EQ(F.Console.TagText(MsTag("Zz", 7)), "007");
-  EXPECT_EQ(F.Console.TagText(MsTag("Zz", 1234)), "1234");
-  EXPECT_EQ(F.Console.TagText(Tt(3), true), "Tt003");
-}
-
 TEST(MsConsoleTagTest, UnregisteredPrefixIsWrittenAsNumberAlone) {
   ConsoleFixture F;
   F.Console.Start();
@@ -144,49 +136,6 @@ TEST(MsConsoleTagTest, UnregisteredPrefixIsWrittenAsNumberAlone) {
   std::ostringstream Text;
   F.Console.GetFormatter().Format(Text, M, F.Console);
   EXPECT_EQ(Text.str(), "Warning[005]: text\n");
-}
-
-TEST(MsConsoleTagTest, TextToTag) {
-  ConsoleFixture F;
-  struct Case {
-    const char *Text;
-    bool Ok;
-    MsTag Tag;
-  } Cases[] = {
-      {"Ms001", true, MsTag("Ms", 1)},
-      {"Ms012", true, MsTag("Ms", 12)},
-      {"Ms12", true, MsTag("Ms", 12)},
-      {"Ms0012", true, MsTag("Ms", 12)},
-      {"Tt007", true, Tt(7)},
-      {"Ms013", false, MsTag()},
-      {"Ms999", false, MsTag()},
-      {"Ms000", false, MsTag()},
-      {"Ms", false, MsTag()},
-      {"ms001", false, MsTag()},
-      {"Ms00a", false, MsTag()},
-      {"Ms-01", false, MsTag()},
-      {"Ms 01", false, MsTag()},
-      {"Zz001", false, MsTag()},
-      {"", false, MsTag()},
-      {"Ms99999999999", false, MsTag()},
-      {"Ms65537", false, MsTag()},
-  };
-  for (const Case &C : Cases) {
-    MsTag Tag;
-    EXPECT_EQ(F.Console.TextToTag(C.Text, Tag), C.Ok) << C.Text;
-    if (C.Ok) {
-      EXPECT_EQ(Tag, C.Tag) << C.Text;
-    }
-  }
-}
-
-TEST(MsConsoleTagTest, MessageTextCutsInternalMarker) {
-  ConsoleFixture F;
-  EXPECT_EQ(F.Console.MessageText(MsTag("Ms", 8)), "%s");
-  EXPECT_EQ(F.Console.MessageText(Tt(7)), "hidden %s");
-  EXPECT_EQ(F.Console.MessageText(MsTag("Ms", 1)),
-            "diagnostic tag %sq does not exist");
-  EXPECT_EQ(F.Console.MessageText(Tt(77)), "");
 }
 
 TEST(MsConsoleTagTest, MsTableTextsAndLevels) {
@@ -214,70 +163,6 @@ TEST(MsConsoleTagTest, MsTableTextsAndLevels) {
   }
 }
 
-TEST(MsConsoleTagTest, ListTags) {
-  ConsoleFixture F;
-  const MsConsole::MessageDef Aa[] = {{MsConsole::Suppressed, nullptr},
-                                      {MsConsole::Warning, "first"},
-                                      {MsConsole::Warning, nullptr},
-                                      {MsConsole::Warning, "[internal]x"}};
-  const MsConsole::MessageDef Ab[] = {{MsConsole::Suppressed, nullptr},
-                                      {MsConsole::Warning, "[internal]shown"},
-                                      {MsConsole::Warning, "flagged"}};
-  const bool AbFlags[] = {false, false, true};
-  F.Console.AddSubSystem("Aa", Aa, 1, 3);
-  F.Console.AddSubSystem("Ab", Ab, AbFlags, 1, 2, nullptr);
-  std::ostringstream List;
-  F.Console.ListTags(List);
-  EXPECT_EQ(List.str(),
-            "Aa001:  first\n"
-            "Ab001:  [internal]shown\n"
-            "Ms001:  diagnostic tag %sq does not exist\n"
-            "Ms002:  diagnostic tag %sq can not have its level changed\n"
-            "Ms003:  could not open file %sq for writing\n"
-            "Ms004:  problem writing to file %sq\n"
-            "Ms005:  problem closing file %sq\n"
-            "Ms006:  illegal path %sq\n"
-            "Ms007:  could not open file %sq\n"
-            "Ms009:  comment unclosed at end of file\n"
-            "Ms010:  missing closing quote\n"
-            "Ms011:  illegal integer\n"
-            "Ms012:  illegal hexadecimal number\n"
-            "Tt001:  fatal %s\n"
-            "Tt002:  fixed error %sq\n"
-            "Tt003:  changeable error %sq\n"
-            "Tt004:  a warning %sq\n"
-            "Tt005:  a remark %sq\n"
-            "Tt006:  bad command line %sq\n"
-            "Tt008:  %sq1 and %sq2\n"
-            "Tt009:  here: %p\n");
-}
-
-TEST(MsConsoleTagTest, ListTagsUsesCallbackText) {
-  std::ostringstream Err, Out;
-  MsConsoleConcrete Console(Err, Out);
-  const MsConsole::MessageDef Cc[] = {{MsConsole::Suppressed, nullptr},
-                                      {MsConsole::Warning, "table"},
-                                      {MsConsole::Warning, "table two"}};
-  auto Callback = [](std::uint16_t Number, const std::string &) {
-    return Number == 2 ? "callback two" : nullptr;
-  };
-  Console.AddSubSystem("Cc", Cc, nullptr, 1, 2, Callback);
-  std::ostringstream List;
-  Console.ListTags(List);
-  EXPECT_EQ(List.str().substr(0, 34), "Cc001:  table\nCc002:  callback two");
-}
-
-TEST(MsConsoleTagTest, SubsystemTwiceIsInternalFailure) {
-  ThrowingFailureScope Scope;
-  ConsoleFixture F;
-  try {
-    RegisterTt(F.Console);
-    FAIL() << "no failure";
-  } catch (const InternalFailure &E) {
-    EXPECT_EQ(std::string(E.what()), "Subsystem 'Tt' already installed");
-  }
-}
-
 TEST(MsConsoleTagTest, SubsystemAfterStartIsInternalFailure) {
   ThrowingFailureScope Scope;
   ConsoleFixture F;
@@ -301,174 +186,6 @@ TEST(MsConsoleTagTest, RegisterOwnMessagesTwiceIsHarmless) {
 // Levels
 //===----------------------------------------------------------------------===//
 
-TEST(MsConsoleLevelTest, KindOfLevel) {
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::FatalError), 2);
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::CommandLineError), 3);
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::ErrorFixed), 4);
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::Error), 5);
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::Warning), 6);
-  EXPECT_EQ(MsConsoleConcrete::KindOfLevel(MsConsole::Remark), 7);
-  ThrowingFailureScope Scope;
-  for (int Bad : {6, 7, -1}) {
-    try {
-      MsConsoleConcrete::KindOfLevel(static_cast<MsConsole::Level>(Bad));
-      FAIL() << Bad;
-    } catch (const InternalFailure &E) {
-      EXPECT_EQ(std::string(E.what()), "Unknown message level");
-    }
-  }
-}
-
-TEST(MsConsoleLevelTest, SetTagLevelRefusesFixedLevels) {
-  ConsoleFixture F;
-  EXPECT_FALSE(F.Console.SetTagLevel(Tt(1), MsConsole::Warning));
-  EXPECT_FALSE(F.Console.SetTagLevel(Tt(2), MsConsole::Suppressed));
-  EXPECT_TRUE(F.Console.SetTagLevel(Tt(3), MsConsole::Remark));
-  EXPECT_TRUE(F.Console.SetTagLevel(Tt(6), MsConsole::Warning));
-  EXPECT_FALSE(F.Console.SetTagLevel(Tt(99), MsConsole::Warning));
-  EXPECT_EQ(F.Console.TagLevel(Tt(1), MsConsole::Warning),
-            MsConsole::FatalError);
-  EXPECT_EQ(F.Console.TagLevel(Tt(2), MsConsole::Warning),
-            MsConsole::ErrorFixed);
-  EXPECT_EQ(F.Console.TagLevel(Tt(3), MsConsole::Warning), MsConsole::Remark);
-  EXPECT_EQ(F.Console.TagLevel(Tt(99), MsConsole::Warning), MsConsole::Warning);
-  // A tag made fixed stays fixed.
-  EXPECT_TRUE(F.Console.SetTagLevel(Tt(4), MsConsole::ErrorFixed));
-  EXPECT_FALSE(F.Console.SetTagLevel(Tt(4), MsConsole::Warning));
-}
-
-TEST(MsConsoleLevelTest, SetTagLevelOutsideRangeIsInternalFailure) {
-  ThrowingFailureScope Scope;
-  ConsoleFixture F;
-  EXPECT_THROW(F.Console.SetTagLevel(Tt(4), static_cast<MsConsole::Level>(7)),
-               InternalFailure);
-}
-
-/// Suppresses every tag whose number is in its set.
-class SuppressingInterface : public MsConsole::ApplicationInterface {
-public:
-  std::unique_ptr<MsMessageContentInterface>
-  MakeContent(const std::string &Format, const MsFillIns &FillIns) override {
-    return std::make_unique<MsPlainMessageContent>(Format, FillIns);
-  }
-  std::unique_ptr<MsMessageContentInterface>
-  MakeTextContent(const std::string &Text) override {
-    return std::make_unique<MsPlainMessageContent>("%s", MsFillIns{Text});
-  }
-  void WriteSourceLine(const DiSourcePosition &, std::ostream &) override {}
-  void NotifyError() override { ++Notifications; }
-  bool IsSuppressed(const MsTag &Tag, const DiSourcePosition &) override {
-    Asked.push_back(Tag);
-    return Suppress;
-  }
-
-  bool Suppress = true;
-  int Notifications = 0;
-  std::vector<MsTag> Asked;
-};
-
-TEST(MsConsoleLevelTest, EffectiveLevelTable) {
-  using L = MsConsole::Level;
-  struct Case {
-    L Start;
-    bool WarningsAreErrors;
-    bool WarningsEnabled;
-    bool RemarksEnabled;
-    bool Suppressing;
-    int Override; // -1: none
-    L Expected;
-  } Cases[] = {
-      // Steps 1 and 2: fatal and fixed errors never change.
-      {L::FatalError, true, false, false, true, 6, L::FatalError},
-      {L::ErrorFixed, true, false, false, true, 6, L::ErrorFixed},
-      // Plain levels.
-      {L::CommandLineError, false, true, false, false, -1, L::CommandLineError},
-      {L::Error, false, true, false, false, -1, L::Error},
-      {L::Warning, false, true, false, false, -1, L::Warning},
-      {L::Remark, false, true, false, false, -1, L::Suppressed},
-      {L::Remark, false, true, true, false, -1, L::Remark},
-      // Step 3: the application interface suppresses warnings and remarks,
-      // not errors.
-      {L::Warning, false, true, false, true, -1, L::Suppressed},
-      {L::Remark, false, true, true, true, -1, L::Suppressed},
-      {L::Error, false, true, false, true, -1, L::Error},
-      {L::CommandLineError, false, true, false, true, -1, L::CommandLineError},
-      // Step 4: a range override applies, and the later steps see it.
-      {L::Error, false, true, false, false, 4, L::Warning},
-      {L::Warning, false, true, false, false, 3, L::Error},
-      {L::Error, true, true, false, false, 4, L::Error},
-      {L::Error, false, false, false, false, 4, L::Suppressed},
-      {L::Warning, false, true, false, false, 5, L::Suppressed},
-      {L::Warning, false, true, true, false, 5, L::Remark},
-      // Step 5 before step 6: warnings are errors wins over no_warnings.
-      {L::Warning, true, true, false, false, -1, L::Error},
-      {L::Warning, true, false, false, false, -1, L::Error},
-      // Step 6: no_warnings hides warnings and remarks, even with remarks.
-      {L::Warning, false, false, true, false, -1, L::Suppressed},
-      {L::Remark, false, false, true, false, -1, L::Suppressed},
-      {L::Remark, true, true, true, false, -1, L::Remark},
-      {L::Error, false, false, false, false, -1, L::Error},
-      // Suppressed stays suppressed.
-      {L::Suppressed, true, true, true, false, -1, L::Suppressed},
-  };
-  OneFile File("f.c", {"a", "b", "c"});
-  DiSourceRange Range(File.At(1, 1), File.At(2, 9));
-  int Row = 0;
-  for (const Case &C : Cases) {
-    ++Row;
-    std::ostringstream Err, Out;
-    MsConsoleConcrete Console(Err, Out);
-    const MsConsole::MessageDef Table[] = {{L::Suppressed, nullptr},
-                                           {C.Start, "text"}};
-    Console.AddSubSystem("Ee", Table, 1, 1);
-    SuppressingInterface App;
-    App.Suppress = C.Suppressing;
-    Console.SetApplicationInterface(&App);
-    Console.SetWarningsAreErrors(C.WarningsAreErrors);
-    Console.SetWarningsEnabled(C.WarningsEnabled);
-    Console.SetRemarksEnabled(C.RemarksEnabled);
-    if (C.Override >= 0) {
-      // Overrides of fatal and fixed errors are refused.
-      bool Settable = C.Start != L::FatalError && C.Start != L::ErrorFixed;
-      EXPECT_EQ(Console.SetTagLevel(MsTag("Ee", 1), Range,
-                                    static_cast<L>(C.Override)),
-                Settable)
-          << Row;
-    }
-    EXPECT_EQ(Console.EffectiveLevel(MsTag("Ee", 1), File.At(2, 3), L::Warning),
-              C.Expected)
-        << "row " << Row;
-    // Outside the range the override does not apply.
-    if (C.Override >= 0 && !C.Suppressing) {
-      MsConsoleConcrete Plain(Err, Out);
-      Plain.AddSubSystem("Ee", Table, 1, 1);
-      Plain.SetWarningsAreErrors(C.WarningsAreErrors);
-      Plain.SetWarningsEnabled(C.WarningsEnabled);
-      Plain.SetRemarksEnabled(C.RemarksEnabled);
-      EXPECT_EQ(
-          Console.EffectiveLevel(MsTag("Ee", 1), File.At(3, 1), L::Warning),
-          Plain.EffectiveLevel(MsTag("Ee", 1), File.At(3, 1), L::Warning))
-          << "row " << Row;
-    }
-  }
-}
-
-TEST(MsConsoleLevelTest, LaterRangeOverrideWins) {
-  ConsoleFixture F;
-  OneFile File("f.c", {"a", "b", "c"});
-  ASSERT_TRUE(F.Console.SetTagLevel(
-      Tt(3), DiSourceRange(File.At(1, 1), File.At(3, 1)), MsConsole::Warning));
-  ASSERT_TRUE(F.Console.SetTagLevel(Tt(3),
-                                    DiSourceRange(File.At(2, 1), File.At(2, 5)),
-                                    MsConsole::Suppressed));
-  EXPECT_EQ(F.Console.EffectiveLevel(Tt(3), File.At(2, 2), MsConsole::Error),
-            MsConsole::Suppressed);
-  EXPECT_EQ(F.Console.EffectiveLevel(Tt(3), File.At(1, 2), MsConsole::Error),
-            MsConsole::Warning);
-  EXPECT_EQ(F.Console.EffectiveLevel(Tt(3), DiSourcePosition::sNone,
-                                     MsConsole::Error),
-            MsConsole::Error);
-}
 
 TEST(MsConsoleLevelTest, PmTagsAreAlwaysOfferedForSuppression) {
   std::ostringstream Err, Out;
@@ -935,7 +652,9 @@ TEST(MsConsoleSummaryTest, ExitStatusTable) {
     F.Console.SetStopQuery(&Query);
     F.Console.SetErrorLimit(0);
     F.Console.SetWarningsAffectExitCode(C.AffectExitCode);
-    MsSetIdeMode(C.Ide);
+    RecordingHandler Ide;
+    if (C.Ide)
+      F.Console.SetIdeHandler(&Ide);
     for (int I = 0; I < C.Errors; ++I)
       F.Console.Report(Tt(2), MsConsole::ErrorFixed, "e");
     for (int I = 0; I < C.Warnings; ++I)
@@ -949,7 +668,6 @@ TEST(MsConsoleSummaryTest, ExitStatusTable) {
     std::ostringstream Summary;
     EXPECT_EQ(F.Console.Summary(Summary), C.Expected) << "row " << Row;
     EXPECT_EQ(Summary.str(), C.Summary) << "row " << Row;
-    MsSetIdeMode(false);
   }
 }
 
@@ -989,12 +707,18 @@ TEST(MsConsoleProcessTest, ResetMakesAFreshConsoleAndDropsItsLists) {
   MsResetProcessConsole();
 }
 
-TEST(MsConsoleProcessTest, IdeModeFlag) {
-  EXPECT_FALSE(MsIdeMode());
-  MsSetIdeMode(true);
-  EXPECT_TRUE(MsIdeMode());
-  MsSetIdeMode(false);
-  EXPECT_FALSE(MsIdeMode());
+TEST(MsConsoleQueueTest, IdeLinkFollowsTheIdeHandler) {
+  ConsoleFixture F;
+  RecordingHandler Ide;
+  EXPECT_FALSE(F.Console.HasIdeHandler());
+  F.Console.SetIdeHandler(&Ide);
+  EXPECT_TRUE(F.Console.HasIdeHandler());
+  F.Console.SetIdeHandler(nullptr);
+  EXPECT_FALSE(F.Console.HasIdeHandler());
+  // Another console is not linked by this one's handler.
+  ConsoleFixture Other;
+  F.Console.SetIdeHandler(&Ide);
+  EXPECT_FALSE(Other.Console.HasIdeHandler());
 }
 
 TEST(MsConsoleProcessTest, ProgressObjectIsCreatedOnce) {

@@ -6,11 +6,14 @@
 
 #include "console/MsConsole.h"
 #include "console/MsMessage.h"
+#include "console/MsMessageContent.h"
 #include "console/MsMessageHandler.h"
 #include "general/GeInternalFailure.h"
 #include "sourcepos/DiSourcePosition.h"
 
 #include <cstdint>
+#include <memory>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -94,6 +97,31 @@ public:
 
   std::vector<Seen> Messages;
   int ThrowOnKind = -1;
+};
+
+/// An application interface with plain contents that suppresses every tag
+/// it is asked about while Suppress is set, and records the tags asked and
+/// the error notifications.
+class SuppressingInterface : public MsConsole::ApplicationInterface {
+public:
+  std::unique_ptr<MsMessageContentInterface>
+  MakeContent(const std::string &Format, const MsFillIns &FillIns) override {
+    return std::make_unique<MsPlainMessageContent>(Format, FillIns);
+  }
+  std::unique_ptr<MsMessageContentInterface>
+  MakeTextContent(const std::string &Text) override {
+    return std::make_unique<MsPlainMessageContent>("%s", MsFillIns{Text});
+  }
+  void WriteSourceLine(const DiSourcePosition &, std::ostream &) override {}
+  void NotifyError() override { ++Notifications; }
+  bool IsSuppressed(const MsTag &Tag, const DiSourcePosition &) override {
+    Asked.push_back(Tag);
+    return Suppress;
+  }
+
+  bool Suppress = true;
+  int Notifications = 0;
+  std::vector<MsTag> Asked;
 };
 
 /// A test subsystem "Tt": 1 fatal, 2 error (fixed), 3 error, 4 warning,

@@ -49,10 +49,10 @@ TEST_F(WtInstallTest, TheThreeSwitches) {
     ASSERT_NE(Agent, nullptr) << C.Argument;
     EXPECT_EQ(Agent->Level(), C.Level) << C.Argument;
     EXPECT_EQ(WtConsoleAgent::Current(), Agent);
-    EXPECT_TRUE(MsIdeMode());
+    EXPECT_TRUE(Console.HasIdeHandler());
     WtUninstallConsoleAgent(Console);
     EXPECT_EQ(WtInstalledWorkbenchHandler(), nullptr);
-    EXPECT_FALSE(MsIdeMode());
+    EXPECT_FALSE(Console.HasIdeHandler());
   }
 }
 
@@ -65,7 +65,7 @@ TEST_F(WtInstallTest, OtherArgumentsAreRefused) {
     EXPECT_FALSE(WtInstallConsoleAgent(Argument, Console))
         << "\"" << Argument << "\"";
     EXPECT_EQ(WtInstalledWorkbenchHandler(), nullptr) << Argument;
-    EXPECT_FALSE(MsIdeMode()) << Argument;
+    EXPECT_FALSE(Console.HasIdeHandler()) << Argument;
   }
   EXPECT_EQ(Captured.str(), "");
 }
