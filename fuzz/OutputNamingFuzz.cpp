@@ -113,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
     Wanted = Value;
   Require(SuOutputFileName(Value, DefaultName, Ext) == Wanted);
 
-  SuCommandFileArg CommandFile;
+  SuCommandFileArg CommandFile(MsGetConsole());
   Require(CommandFile.FileName(Given) ==
           (Extension(Given).empty() ? Given + ".xcl" : Given));
 

@@ -78,12 +78,16 @@ const char *SuExceptionName(std::uint32_t Code) {
 
 ErrFun::~ErrFun() = default;
 
-NoMoreMemory &NoMoreMemory::Instance() {
+NoMoreMemory &NoMoreMemory::Instance(MsConsole &Console) {
   static NoMoreMemory TheInstance;
+  TheInstance.Served = &Console;
   return TheInstance;
 }
 
-void NoMoreMemory::Report() { MsGetConsole().ReportOutOfMemory(); }
+void NoMoreMemory::Report() {
+  if (Served)
+    Served->ReportOutOfMemory();
+}
 
 UnexpectedStdException::UnexpectedStdException(const char *What)
     : Description(What ? What : "") {}

@@ -47,7 +47,7 @@ std::string &ProgramPathSetting() {
 }
 
 /// The one concrete setup object of a run. Owns the root of the parser tree
-/// and the banner texts; the console is the process-wide one.
+/// and the banner texts; the console is the run's, not owned.
 class SuConcreteSetup : public SuTargetSetup,
                         public virtual SuSetup,
                         public SuPostSetupState {
@@ -374,14 +374,14 @@ void DistributeCommandLines(MsConsole &Console, const std::string &Value,
 
 const std::string &SuProgramPath() { return ProgramPathSetting(); }
 
-SuRunResult SuSetupRun(int Argc, char **Argv, SuToolOptions &ToolOptions,
+SuRunResult SuSetupRun(MsConsole &Console, int Argc, char **Argv,
+                       SuToolOptions &ToolOptions,
                        const std::vector<SuTargetSetupSystem *> &Systems,
                        SuRunConfiguration Config) {
   if (Argc > 0 && Argv && Argv[0])
     ProgramPathSetting() = Argv[0];
 
   std::unique_ptr<SuCommandFileArg> CommandFile(Config.CommandFileArg);
-  MsConsole &Console = MsGetConsole();
   SuRunResult Result;
   try {
     SuRegisterMessages(Console);
@@ -405,7 +405,7 @@ SuRunResult SuSetupRun(int Argc, char **Argv, SuToolOptions &ToolOptions,
     SuSetupContinuation First(ConsoleSystem, Setup, *Next);
     First.Continue();
 
-    SuBanner(Setup.Banner()).HandToConsole();
+    SuBanner(Setup.Banner()).HandToConsole(Console);
     Console.Start();
     ToolOptions.TakeOver();
     if (Config.ToolKind == 1 && DoIt.DistributeMfcOption().IsGiven()) {

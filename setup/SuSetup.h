@@ -139,8 +139,10 @@ public:
 /// subsystem, then Systems in order, then ToolOptions, then the parse),
 /// prints help or dumps the diagnostic tables when asked, and answers whether
 /// the tool goes on. Errors have been reported to the console when Failed is
-/// set. Argv[0], when present, is recorded as the program path.
-SuRunResult SuSetupRun(int Argc, char **Argv, SuToolOptions &ToolOptions,
+/// set. Argv[0], when present, is recorded as the program path. Every report
+/// goes to Console, which the setup systems reach through SuSetup::Console.
+SuRunResult SuSetupRun(MsConsole &Console, int Argc, char **Argv,
+                       SuToolOptions &ToolOptions,
                        const std::vector<SuTargetSetupSystem *> &Systems,
                        SuRunConfiguration Config);
 

@@ -83,6 +83,6 @@ SuBanner::SuBanner(const SuBannerInputs &Inputs, bool Fake)
     : Title(SuTitleLine(Inputs, Fake)),
       Copyright(SuCopyrightLine(Inputs, Fake)) {}
 
-void SuBanner::HandToConsole() const {
-  MsGetConsole().SetSignOn(Title, Copyright);
+void SuBanner::HandToConsole(MsConsole &Console) const {
+  Console.SetSignOn(Title, Copyright);
 }

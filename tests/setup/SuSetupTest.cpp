@@ -6,7 +6,7 @@
 #include "setup/SuCommandFileArg.h"
 
 #include "cmdline/ClHelp.h"
-#include "console/MsConsole.h"
+#include "console/MsConsoleConcrete.h"
 #include "general/GeInternalFailure.h"
 
 #include <gtest/gtest.h>
@@ -94,9 +94,10 @@ private:
         Log += " " + Arg->DisplayName();
       Log += "; ";
     };
+  MsConsoleConcrete Console;
   SuRunResult Result =
-      SuSetupRun(static_cast<int>(Arguments.size()), Argv.data(), Options,
-                 {&First, &Second}, Config);
+      SuSetupRun(Console, static_cast<int>(Arguments.size()), Argv.data(),
+                 Options, {&First, &Second}, Config);
   std::cerr << Log << "proceed " << int(Result.Proceed) << " failed "
             << int(Result.Failed) << " program " << SuProgramPath()
             << std::endl;
@@ -188,10 +189,12 @@ private:
   SuRunConfiguration Config;
   Config.ToolKind = 1;
   Config.SecondFlag = 1;
-  Config.CommandFileArg = new SuCommandFileArg;
+  MsConsoleConcrete Console;
+  Config.CommandFileArg = new SuCommandFileArg(Console);
   Config.Usage = Usage;
-  SuRunResult Result = SuSetupRun(static_cast<int>(Arguments.size()),
-                                  Argv.data(), Options, {&System}, Config);
+  SuRunResult Result =
+      SuSetupRun(Console, static_cast<int>(Arguments.size()), Argv.data(),
+                 Options, {&System}, Config);
   std::cout.flush();
   std::cout.rdbuf(Saved);
   std::cerr << "[" << Captured.str() << "] proceed " << int(Result.Proceed)
@@ -288,7 +291,8 @@ TEST(SuSetupRunTest, WalkErrorsAreCommandLineErrors) {
 }
 
 TEST(SuCommandFileArgTest, NameWithoutExtensionGetsXcl) {
-  SuCommandFileArg Arg;
+  MsConsoleConcrete Console;
+  SuCommandFileArg Arg(Console);
   EXPECT_EQ(Arg.FileName("opts"), "opts.xcl");
   EXPECT_EQ(Arg.FileName("dir.d/opts"), "dir.d/opts.xcl");
   EXPECT_EQ(Arg.FileName("opts.txt"), "opts.txt");
@@ -299,7 +303,8 @@ TEST(SuCommandFileArgTest, NameWithoutExtensionGetsXcl) {
 }
 
 TEST(SuCommandFileArgTest, DirectoryAndMissingFileDoNotOpen) {
-  SuCommandFileArg Arg;
+  MsConsoleConcrete Console;
+  SuCommandFileArg Arg(Console);
   EXPECT_EQ(Arg.Open(::testing::TempDir()), nullptr);
   EXPECT_EQ(Arg.Open(::testing::TempDir() + "no-such-file.xcl"), nullptr);
 }
