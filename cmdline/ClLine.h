@@ -8,6 +8,7 @@
 #include "cmdline/ClToken.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <istream>
 #include <stdexcept>
 #include <string>
@@ -72,6 +73,7 @@ struct ClWalkResult {
 class ClLine {
 public:
   class ErrorBase;
+  class FileError;
   class UnmatchedError;
   class ParaBeginsWithMinusError;
   class CommandFileNotFound;
@@ -122,23 +124,40 @@ private:
   std::vector<ClToken> Args;
 };
 
-/// Base of the walk and command-file errors: the tag of the message, a plain
-/// text for what() (fill-ins in double quotes) and the place the message
-/// points at (no place when it points nowhere). The kinds carry the fill-ins
-/// of their messages separately.
+/// The messages of the walk and command-file errors. Their texts live in the
+/// framework's diagnostic table, under these numbers; the reader holds none.
+/// An error carries its message and the string fill-ins that the message's
+/// text refers to (%sq, or %sq1 and %sq2), in order.
+enum class ClLineMessage : std::uint16_t {
+  UnexpectedArguments = 2,
+  ParaBeginsWithMinus = 6,
+  CommandFileNotFound = 7,
+  CommandFileRecursion = 8,
+  UnmatchedQuote = 9,
+  UnmatchedSlashStar = 10,
+};
+
+/// Base of the walk and command-file errors: the message, its fill-ins and
+/// the place it points at (no place when it points nowhere). what() names
+/// the message by number and lists the fill-ins in double quotes; it is for
+/// logs, never shown to a user.
 class ClLine::ErrorBase : public std::runtime_error {
 public:
-  ErrorBase(ClMsg Tag, const std::string &Text, ClPlace Place);
+  ErrorBase(ClLineMessage Message, std::vector<std::string> FillIns,
+            ClPlace Place);
 
-  ClMsg Tag() const { return MessageTag; }
+  ClLineMessage Message() const { return Number; }
+  const std::vector<std::string> &FillIns() const { return Strings; }
   const ClPlace &Place() const { return Where; }
 
 private:
-  ClMsg MessageTag;
+  ClLineMessage Number;
+  std::vector<std::string> Strings;
   ClPlace Where;
 };
 
-/// Unknown options met by the walk: "Unexpected command line arguments:".
+/// Unknown options met by the walk (UnexpectedArguments). The fill-ins are
+/// the tokens' texts, in order.
 class ClLine::UnmatchedError : public ClLine::ErrorBase {
 public:
   explicit UnmatchedError(std::vector<ClToken> Tokens);
@@ -150,7 +169,7 @@ private:
 };
 
 /// A separate parameter that begins with "-" but not with "---"; placed at
-/// the option.
+/// the option. Fill-ins: the option token and the parameter.
 class ClLine::ParaBeginsWithMinusError : public ClLine::ErrorBase {
 public:
   ParaBeginsWithMinusError(ClToken Option, ClToken Parameter);
@@ -162,46 +181,45 @@ private:
   ClToken ParameterToken;
 };
 
-/// A command file that cannot be opened; placed at the option that named it.
-class ClLine::CommandFileNotFound : public ClLine::ErrorBase {
+/// An error about one command file, which it names.
+class ClLine::FileError : public ClLine::ErrorBase {
 public:
-  CommandFileNotFound(std::string FileName, ClPlace OptionPlace);
   const std::string &FileName() const { return Name; }
+
+protected:
+  FileError(ClLineMessage Message, std::vector<std::string> FillIns,
+            std::string FileName, ClPlace Place);
 
 private:
   std::string Name;
+};
+
+/// A command file that cannot be opened; placed at the option that named it.
+/// Fill-in: the file name.
+class ClLine::CommandFileNotFound : public ClLine::FileError {
+public:
+  CommandFileNotFound(std::string FileName, ClPlace OptionPlace);
 };
 
 /// A command file named while it is still being processed; placed at the
-/// option that named it.
-class ClLine::CommandFileRecursionError : public ClLine::ErrorBase {
+/// option that named it. Fill-in: the file name.
+class ClLine::CommandFileRecursionError : public ClLine::FileError {
 public:
   CommandFileRecursionError(std::string FileName, ClPlace OptionPlace);
-  const std::string &FileName() const { return Name; }
-
-private:
-  std::string Name;
 };
 
 /// The end of a command file inside a quoted stretch; placed at the opening
-/// quote.
-class ClLine::UnmatchedQuoteError : public ClLine::ErrorBase {
+/// quote. No fill-in.
+class ClLine::UnmatchedQuoteError : public ClLine::FileError {
 public:
   UnmatchedQuoteError(std::string FileName, ClPlace QuotePlace);
-  const std::string &FileName() const { return Name; }
-
-private:
-  std::string Name;
 };
 
-/// The end of a command file inside a block comment; placed at its "/*".
-class ClLine::UnmatchedSlashStarError : public ClLine::ErrorBase {
+/// The end of a command file inside a block comment; placed at its "/*". No
+/// fill-in.
+class ClLine::UnmatchedSlashStarError : public ClLine::FileError {
 public:
   UnmatchedSlashStarError(std::string FileName, ClPlace CommentPlace);
-  const std::string &FileName() const { return Name; }
-
-private:
-  std::string Name;
 };
 
 #endif

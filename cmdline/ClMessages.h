@@ -2,7 +2,10 @@
 //
 // A text that names user input (a token, a file name, an option) is held as
 // the fixed words before and after that input; the input itself stays a
-// separate fill-in and is never spliced into a format.
+// separate fill-in and is never spliced into a format. The messages of the
+// walk and of command files are not here: their errors carry a message
+// number of the framework's diagnostic table (ClLineMessage), which holds
+// their texts.
 #ifndef CMDLINE_CLMESSAGES_H
 #define CMDLINE_CLMESSAGES_H
 
@@ -37,15 +40,6 @@ enum class ClMsg {
   CombinationSecondAnyOf,
   AnyCombinationOf,
   AnyOneOf,
-  // The walk and command files.
-  UnexpectedArguments,
-  ParaBeginsWithMinus,
-  ParaBeginsWithMinusWas,
-  ParaBeginsWithMinusTail,
-  CommandFileNotFound,
-  CommandFileRecursion,
-  UnmatchedQuote,
-  UnmatchedSlashStar,
   // Help listing.
   HelpHeading,
   HelpDebugMarker,

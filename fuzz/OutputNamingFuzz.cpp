@@ -11,7 +11,7 @@
 #include "console/MsDependHandler.h"
 #include "fuzz/FuzzSupport.h"
 #include "setup/SuCommandFileArg.h"
-#include "setup/SuSetup.h"
+#include "setup/SuDumps.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -4,6 +4,7 @@
 // runs one does so in a child process of its own (a death test).
 #include "setup/SuSetup.h"
 #include "setup/SuCommandFileArg.h"
+#include "setup/SuDumps.h"
 
 #include "cmdline/ClHelp.h"
 #include "console/MsConsoleConcrete.h"
@@ -188,7 +189,7 @@ private:
   Argv.push_back(nullptr);
   SuRunConfiguration Config;
   Config.ToolKind = 1;
-  Config.SecondFlag = 1;
+  Config.AcceptsSourceFiles = 1;
   MsConsoleConcrete Console;
   Config.CommandFileArg = new SuCommandFileArg(Console);
   Config.Usage = Usage;
