@@ -2,6 +2,7 @@
 #include "setup/SuSignOn.h"
 
 #include "console/MsConsole.h"
+#include "setup/SuFormat.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -13,19 +14,30 @@ const char SuFakeSignOnVariable[] = "ZOR_INTERNAL__USE_FAKE_SIGNON";
 
 namespace {
 
-/// The fixed pieces of the banner lines.
+/// The banner texts, whole lines where they are formats. In the title
+/// formats %s1 is the maker's short name, %s2 the prefix, %s3 the name, %s4
+/// the version and %s5 the target; in the copyright format %s1 is the years
+/// and %s2 the company name.
 enum BannerTextTag {
-  Blank,
-  VersionMark,
-  FakeVersion,
-  ForWord,
-  FakeYears,
+  TitleFormat,
+  TitleWithPrefixFormat,
+  TitleWithTargetFormat,
+  TitleWithPrefixAndTargetFormat,
+  CopyrightFormat,
   CopyrightWord,
-  FullStop
+  FakeVersion,
+  FakeYears
 };
 
 const char *const BannerTexts[] = {
-    " ", " V", "?.??", " for ", "this year and every year", "Copyright", ".",
+    "%s1 %s3 V%s4",
+    "%s1 %s2 %s3 V%s4",
+    "%s1 %s3 V%s4 for %s5",
+    "%s1 %s2 %s3 V%s4 for %s5",
+    "Copyright %s1 %s2.",
+    "Copyright",
+    "?.??",
+    "this year and every year",
 };
 
 const char *BannerText(BannerTextTag Tag) { return BannerTexts[Tag]; }
@@ -43,20 +55,15 @@ bool SuFakeSignOnMode() {
 }
 
 std::string SuTitleLine(const SuBannerInputs &Inputs, bool Fake) {
-  std::string Line = SuMakerShortName;
-  Line += BannerText(Blank);
-  if (!Inputs.Prefix.empty()) {
-    Line += Inputs.Prefix;
-    Line += BannerText(Blank);
-  }
-  Line += Inputs.Name;
-  Line += BannerText(VersionMark);
-  Line += Fake ? std::string(BannerText(FakeVersion)) : Inputs.Version;
-  if (!Inputs.Target.empty()) {
-    Line += BannerText(ForWord);
-    Line += Inputs.Target;
-  }
-  return Line;
+  const bool Prefix = !Inputs.Prefix.empty();
+  const bool Target = !Inputs.Target.empty();
+  const BannerTextTag Format =
+      Prefix ? (Target ? TitleWithPrefixAndTargetFormat : TitleWithPrefixFormat)
+             : (Target ? TitleWithTargetFormat : TitleFormat);
+  return SuFormat(BannerText(Format),
+                  {SuMakerShortName, Inputs.Prefix, Inputs.Name,
+                   Fake ? std::string(BannerText(FakeVersion)) : Inputs.Version,
+                   Inputs.Target});
 }
 
 std::string SuCopyrightLine(const SuBannerInputs &Inputs, bool Fake) {
@@ -67,13 +74,7 @@ std::string SuCopyrightLine(const SuBannerInputs &Inputs, bool Fake) {
   const char *Word = BannerText(CopyrightWord);
   if (Text.compare(0, std::strlen(Word), Word) == 0)
     return Text;
-  std::string Line = Word;
-  Line += BannerText(Blank);
-  Line += Text;
-  Line += BannerText(Blank);
-  Line += SuCompanyName;
-  Line += BannerText(FullStop);
-  return Line;
+  return SuFormat(BannerText(CopyrightFormat), {Text, SuCompanyName});
 }
 
 SuBanner::SuBanner(const SuBannerInputs &Inputs)
