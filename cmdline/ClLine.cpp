@@ -26,6 +26,12 @@ std::string LogText(ClLineMessage Message,
   return Text;
 }
 
+/// Whether the text of Message refers to the file that a FileError names.
+bool NamesTheFile(ClLineMessage Message) {
+  return Message == ClLineMessage::CommandFileNotFound ||
+         Message == ClLineMessage::CommandFileRecursion;
+}
+
 std::vector<std::string> TextsOf(const std::vector<ClToken> &Tokens) {
   std::vector<std::string> Texts;
   Texts.reserve(Tokens.size());
@@ -168,31 +174,13 @@ ClLine::ParaBeginsWithMinusError::ParaBeginsWithMinusError(ClToken Option,
                 {Option.Text, Parameter.Text}, Option.Place),
       OptionToken(std::move(Option)), ParameterToken(std::move(Parameter)) {}
 
-ClLine::FileError::FileError(ClLineMessage Message,
-                             std::vector<std::string> FillIns,
-                             std::string FileName, ClPlace Place)
-    : ErrorBase(Message, std::move(FillIns), std::move(Place)),
+ClLine::FileError::FileError(ClLineMessage Message, std::string FileName,
+                             ClPlace Place)
+    : ErrorBase(Message,
+                NamesTheFile(Message) ? std::vector<std::string>{FileName}
+                                      : std::vector<std::string>(),
+                std::move(Place)),
       Name(std::move(FileName)) {}
-
-ClLine::CommandFileNotFound::CommandFileNotFound(std::string FileName,
-                                                 ClPlace OptionPlace)
-    : FileError(ClLineMessage::CommandFileNotFound, {FileName}, FileName,
-                std::move(OptionPlace)) {}
-
-ClLine::CommandFileRecursionError::CommandFileRecursionError(
-    std::string FileName, ClPlace OptionPlace)
-    : FileError(ClLineMessage::CommandFileRecursion, {FileName}, FileName,
-                std::move(OptionPlace)) {}
-
-ClLine::UnmatchedQuoteError::UnmatchedQuoteError(std::string FileName,
-                                                 ClPlace QuotePlace)
-    : FileError(ClLineMessage::UnmatchedQuote, {}, std::move(FileName),
-                std::move(QuotePlace)) {}
-
-ClLine::UnmatchedSlashStarError::UnmatchedSlashStarError(std::string FileName,
-                                                         ClPlace CommentPlace)
-    : FileError(ClLineMessage::UnmatchedSlashStar, {}, std::move(FileName),
-                std::move(CommentPlace)) {}
 
 // ClLine --------------------------------------------------------------------
 

@@ -12,6 +12,7 @@
 #include <istream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 class ClArg;
@@ -52,6 +53,19 @@ struct ClWalkResult {
   bool HelpRequested = false;
 };
 
+/// The messages of the walk and command-file errors. Their texts live in the
+/// framework's diagnostic table, under these numbers; the reader holds none.
+/// An error carries its message and the string fill-ins that the message's
+/// text refers to (%sq, or %sq1 and %sq2), in order.
+enum class ClLineMessage : std::uint16_t {
+  UnexpectedArguments = 2,
+  ParaBeginsWithMinus = 6,
+  CommandFileNotFound = 7,
+  CommandFileRecursion = 8,
+  UnmatchedQuote = 9,
+  UnmatchedSlashStar = 10,
+};
+
 /// The command line of one run. Holds the typed arguments; Walk offers them
 /// to a parser tree.
 ///
@@ -73,13 +87,23 @@ struct ClWalkResult {
 class ClLine {
 public:
   class ErrorBase;
-  class FileError;
   class UnmatchedError;
   class ParaBeginsWithMinusError;
-  class CommandFileNotFound;
-  class CommandFileRecursionError;
-  class UnmatchedQuoteError;
-  class UnmatchedSlashStarError;
+  class FileError;
+  template <ClLineMessage Kind> class FileErrorOf;
+  /// A command file that cannot be opened; placed at the option that named
+  /// it.
+  using CommandFileNotFound = FileErrorOf<ClLineMessage::CommandFileNotFound>;
+  /// A command file named while it is still being processed; placed at the
+  /// option that named it.
+  using CommandFileRecursionError =
+      FileErrorOf<ClLineMessage::CommandFileRecursion>;
+  /// The end of a command file inside a quoted stretch; placed at the
+  /// opening quote.
+  using UnmatchedQuoteError = FileErrorOf<ClLineMessage::UnmatchedQuote>;
+  /// The end of a command file inside a block comment; placed at its "/*".
+  using UnmatchedSlashStarError =
+      FileErrorOf<ClLineMessage::UnmatchedSlashStar>;
 
   ClLine() = default;
   /// The arguments Argv[1] .. Argv[Argc - 1], each placed at its index; a
@@ -124,18 +148,6 @@ private:
   std::vector<ClToken> Args;
 };
 
-/// The messages of the walk and command-file errors. Their texts live in the
-/// framework's diagnostic table, under these numbers; the reader holds none.
-/// An error carries its message and the string fill-ins that the message's
-/// text refers to (%sq, or %sq1 and %sq2), in order.
-enum class ClLineMessage : std::uint16_t {
-  UnexpectedArguments = 2,
-  ParaBeginsWithMinus = 6,
-  CommandFileNotFound = 7,
-  CommandFileRecursion = 8,
-  UnmatchedQuote = 9,
-  UnmatchedSlashStar = 10,
-};
 
 /// Base of the walk and command-file errors: the message, its fill-ins and
 /// the place it points at (no place when it points nowhere). what() names
@@ -181,45 +193,26 @@ private:
   ClToken ParameterToken;
 };
 
-/// An error about one command file, which it names.
+/// An error about one command file, which it names. The name is also the
+/// message's fill-in when the message refers to the file (CommandFileNotFound,
+/// CommandFileRecursion); the messages about a file's contents have none.
 class ClLine::FileError : public ClLine::ErrorBase {
 public:
   const std::string &FileName() const { return Name; }
 
 protected:
-  FileError(ClLineMessage Message, std::vector<std::string> FillIns,
-            std::string FileName, ClPlace Place);
+  FileError(ClLineMessage Message, std::string FileName, ClPlace Place);
 
 private:
   std::string Name;
 };
 
-/// A command file that cannot be opened; placed at the option that named it.
-/// Fill-in: the file name.
-class ClLine::CommandFileNotFound : public ClLine::FileError {
+/// The FileError of one message; the kinds are named in ClLine.
+template <ClLineMessage Kind>
+class ClLine::FileErrorOf : public ClLine::FileError {
 public:
-  CommandFileNotFound(std::string FileName, ClPlace OptionPlace);
-};
-
-/// A command file named while it is still being processed; placed at the
-/// option that named it. Fill-in: the file name.
-class ClLine::CommandFileRecursionError : public ClLine::FileError {
-public:
-  CommandFileRecursionError(std::string FileName, ClPlace OptionPlace);
-};
-
-/// The end of a command file inside a quoted stretch; placed at the opening
-/// quote. No fill-in.
-class ClLine::UnmatchedQuoteError : public ClLine::FileError {
-public:
-  UnmatchedQuoteError(std::string FileName, ClPlace QuotePlace);
-};
-
-/// The end of a command file inside a block comment; placed at its "/*". No
-/// fill-in.
-class ClLine::UnmatchedSlashStarError : public ClLine::FileError {
-public:
-  UnmatchedSlashStarError(std::string FileName, ClPlace CommentPlace);
+  FileErrorOf(std::string FileName, ClPlace Place)
+      : FileError(Kind, std::move(FileName), std::move(Place)) {}
 };
 
 #endif

@@ -11,44 +11,12 @@
 
 #include <string>
 
-/// Tags of the command-line texts.
+/// Tags of the command-line texts, listed with their texts in
+/// ClMessages.def.
 enum class ClMsg {
-  None,
-  // Conversion of option parameters.
-  IllegalCharacters,
-  IntegerExpected,
-  IntegerBaseDecimal,
-  IntegerBaseOctal,
-  IntegerBaseHexadecimal,
-  IntegerBaseAny,
-  IntegerWord,
-  IntegerAtMost,
-  IntegerAtLeast,
-  IntegerBetween,
-  IntegerBetweenAnd,
-  IntegerQuoted,
-  // Occurrence rules of option parsers.
-  RequiresSeparateParameter,
-  NoLongerSupported,
-  OnlyOnce,
-  DoesNotMatch,
-  MissingOption,
-  // Combination rules and descriptions of groups.
-  IllegalCombination,
-  CombinationAnd,
-  CombinationFirstAnyOf,
-  CombinationSecondAnyOf,
-  AnyCombinationOf,
-  AnyOneOf,
-  // Help listing.
-  HelpHeading,
-  HelpDebugMarker,
-  HelpDeprecatedMarker,
-  HelpRemovedMarker,
-  // Internal failures.
-  UnknownArgPara,
-  StoreOnGroup,
-  MissingSeparateToken,
+#define CL_MESSAGE(Tag, Before, After) Tag,
+#include "cmdline/ClMessages.def"
+#undef CL_MESSAGE
 };
 
 /// The text of Tag: the words that stand before its fill-in (if it has one).
