@@ -4,13 +4,14 @@
 #include "console/MsConsole.h"
 #include "general/GeHex.h"
 #include "general/GeInternalFailure.h"
-#include "setup/SuFormat.h"
+#include "console/MsMessageContent.h"
 
 namespace {
 
-/// The report texts, whole. In the system-exception texts %s1 is the
-/// exception's name, %s2 its code, %s3 the faulting instruction's address
-/// and %s4 the data address of an access violation.
+/// The report texts, whole, in the format language of messages. In the
+/// system-exception texts %s1 is the exception's name, %s2 its code, %s3 the
+/// faulting instruction's address and %s4 the data address of an access
+/// violation.
 enum ReportTextTag {
   UnexpectedExceptionText,
   UnexpectedStdExceptionText,
@@ -91,7 +92,9 @@ UnexpectedStdException::UnexpectedStdException(const char *What)
     : Description(What ? What : "") {}
 
 std::string UnexpectedStdException::Text() const {
-  return SuFormat(ReportText(UnexpectedStdExceptionText), {Description});
+  return MsPlainMessageContent(ReportText(UnexpectedStdExceptionText),
+                               {Description})
+      .Text();
 }
 
 void UnexpectedStdException::Report() { SuInternalErrorExit(Text()); }
@@ -114,13 +117,15 @@ UnexpectedWindowsException::UnexpectedWindowsException(
                                  Fault.AccessKind, Fault.DataAddress) {}
 
 std::string UnexpectedWindowsException::Text() const {
+  MsFillIns FillIns{SuExceptionName(Code), GeHex(Code),
+                    GeHex(InstructionAddress)};
   ReportTextTag Format = SystemExceptionText;
-  if (Code == SuCodeAccessViolation)
+  if (Code == SuCodeAccessViolation) {
     Format = AccessKind != 0 ? WriteAccessViolationText
                              : ReadAccessViolationText;
-  return SuFormat(ReportText(Format),
-                  {SuExceptionName(Code), GeHex(Code), GeHex(InstructionAddress),
-                   GeHex(DataAddress)});
+    FillIns.Add(GeHex(DataAddress));
+  }
+  return MsPlainMessageContent(ReportText(Format), FillIns).Text();
 }
 
 void UnexpectedWindowsException::Report() { SuInternalErrorExit(Text()); }

@@ -2,7 +2,7 @@
 #include "setup/SuSignOn.h"
 
 #include "console/MsConsole.h"
-#include "setup/SuFormat.h"
+#include "console/MsMessageContent.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -14,10 +14,11 @@ const char SuFakeSignOnVariable[] = "ZOR_INTERNAL__USE_FAKE_SIGNON";
 
 namespace {
 
-/// The banner texts, whole lines where they are formats. In the title
-/// formats %s1 is the maker's short name, %s2 the prefix, %s3 the name, %s4
-/// the version and %s5 the target; in the copyright format %s1 is the years
-/// and %s2 the company name.
+/// The banner texts, whole lines where they are formats (the format language
+/// of messages). The title formats take the maker's short name, the prefix
+/// when there is one, the name, the version and the target when there is
+/// one, in that order; the copyright format takes the years and the company
+/// name.
 enum BannerTextTag {
   TitleFormat,
   TitleWithPrefixFormat,
@@ -30,9 +31,9 @@ enum BannerTextTag {
 };
 
 const char *const BannerTexts[] = {
-    "%s1 %s3 V%s4",
+    "%s1 %s2 V%s3",
     "%s1 %s2 %s3 V%s4",
-    "%s1 %s3 V%s4 for %s5",
+    "%s1 %s2 V%s3 for %s4",
     "%s1 %s2 %s3 V%s4 for %s5",
     "Copyright %s1 %s2.",
     "Copyright",
@@ -60,10 +61,14 @@ std::string SuTitleLine(const SuBannerInputs &Inputs, bool Fake) {
   const BannerTextTag Format =
       Prefix ? (Target ? TitleWithPrefixAndTargetFormat : TitleWithPrefixFormat)
              : (Target ? TitleWithTargetFormat : TitleFormat);
-  return SuFormat(BannerText(Format),
-                  {SuMakerShortName, Inputs.Prefix, Inputs.Name,
-                   Fake ? std::string(BannerText(FakeVersion)) : Inputs.Version,
-                   Inputs.Target});
+  MsFillIns FillIns{SuMakerShortName};
+  if (Prefix)
+    FillIns.Add(Inputs.Prefix);
+  FillIns.Add(Inputs.Name);
+  FillIns.Add(Fake ? std::string(BannerText(FakeVersion)) : Inputs.Version);
+  if (Target)
+    FillIns.Add(Inputs.Target);
+  return MsPlainMessageContent(BannerText(Format), FillIns).Text();
 }
 
 std::string SuCopyrightLine(const SuBannerInputs &Inputs, bool Fake) {
@@ -74,7 +79,9 @@ std::string SuCopyrightLine(const SuBannerInputs &Inputs, bool Fake) {
   const char *Word = BannerText(CopyrightWord);
   if (Text.compare(0, std::strlen(Word), Word) == 0)
     return Text;
-  return SuFormat(BannerText(CopyrightFormat), {Text, SuCompanyName});
+  return MsPlainMessageContent(BannerText(CopyrightFormat),
+                               {Text, SuCompanyName})
+      .Text();
 }
 
 SuBanner::SuBanner(const SuBannerInputs &Inputs)

@@ -63,6 +63,10 @@ TEST(SuSignOnTest, PrefixAndTarget) {
   Inputs.Prefix.clear();
   EXPECT_EQ(SuTitleLine(Inputs, false),
             "ZOR Ruvex Check Selector V1.1.3.53 for ARM");
+  Inputs.Prefix = "Embedded";
+  Inputs.Target.clear();
+  EXPECT_EQ(SuTitleLine(Inputs, false),
+            "ZOR Embedded Ruvex Check Selector V1.1.3.53");
 }
 
 TEST(SuSignOnTest, EmptyNameAndVersion) {
