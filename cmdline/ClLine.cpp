@@ -32,13 +32,6 @@ bool NamesTheFile(ClLineMessage Message) {
          Message == ClLineMessage::CommandFileRecursion;
 }
 
-std::vector<std::string> TextsOf(const std::vector<ClToken> &Tokens) {
-  std::vector<std::string> Texts;
-  Texts.reserve(Tokens.size());
-  for (const ClToken &Token : Tokens)
-    Texts.push_back(Token.Text);
-  return Texts;
-}
 
 /// The token lists being walked: the typed arguments at the bottom, above
 /// them the tokens of each command file being expanded. A file is being
@@ -164,7 +157,7 @@ ClLine::ErrorBase::ErrorBase(ClLineMessage Message,
       Strings(std::move(FillIns)), Where(std::move(Place)) {}
 
 ClLine::UnmatchedError::UnmatchedError(std::vector<ClToken> Tokens)
-    : ErrorBase(ClLineMessage::UnexpectedArguments, TextsOf(Tokens),
+    : ErrorBase(ClLineMessage::UnexpectedArguments, ClTokenTexts(Tokens),
                 ClPlace()),
       Unmatched(std::move(Tokens)) {}
 
@@ -183,6 +176,14 @@ ClLine::FileError::FileError(ClLineMessage Message, std::string FileName,
       Name(std::move(FileName)) {}
 
 // ClLine --------------------------------------------------------------------
+
+std::vector<std::string> ClTokenTexts(const std::vector<ClToken> &Tokens) {
+  std::vector<std::string> Texts;
+  Texts.reserve(Tokens.size());
+  for (const ClToken &Token : Tokens)
+    Texts.push_back(Token.Text);
+  return Texts;
+}
 
 ClLine::ClLine(int Argc, const char *const *Argv) {
   if (!Argv || Argc <= 1)

@@ -48,14 +48,6 @@ void WriteWord(std::ostream &Out, const std::string &Word) {
   Out << '"';
 }
 
-std::vector<std::string> TextsOf(const std::vector<ClToken> &Tokens) {
-  std::vector<std::string> Texts;
-  Texts.reserve(Tokens.size());
-  for (const ClToken &Token : Tokens)
-    Texts.push_back(Token.Text);
-  return Texts;
-}
-
 } // namespace
 
 std::string SuOutputFileName(const std::string &Value,
@@ -105,8 +97,8 @@ void SuDumpDiagnosticsTables(MsConsole &Console, const std::string &Value) {
 
 void SuDistributeCommandLines(MsConsole &Console, const std::string &Value,
                               const ClWalkResult &Walked) {
-  const std::vector<std::string> Common = TextsOf(Walked.Recorded);
-  const std::vector<std::string> Extra = TextsOf(Walked.SecondRecorded);
+  const std::vector<std::string> Common = ClTokenTexts(Walked.Recorded);
+  const std::vector<std::string> Extra = ClTokenTexts(Walked.SecondRecorded);
   auto WriteAll = [&](std::ostream &Out) {
     bool First = true;
     for (const ClToken &Source : Walked.Positional) {

@@ -7,37 +7,16 @@
 #include "cmdline/ClArg.h"
 #include "cmdline/ClParser.h"
 #include "console/MsConsoleConcrete.h"
+#include "tests/cmdline/ClTestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
-
-/// Command files held in memory, told apart by name.
-class MemoryFileArg : public ClCommandFileArg {
-public:
-  MemoryFileArg()
-      : ClCommandFileArg('f', "", "file", "Read command line options from file") {}
-
-  ClFileId Identify(const std::string &Name) const override {
-    ClFileId Id;
-    Id.Name = Name;
-    return Id;
-  }
-  std::unique_ptr<std::istream> Open(const std::string &Name) const override {
-    auto It = Files.find(Name);
-    if (It == Files.end())
-      return nullptr;
-    return std::make_unique<std::istringstream>(It->second);
-  }
-
-  std::map<std::string, std::string> Files;
-};
 
 /// A console of its own with the "Su" table, a tree with one text option,
 /// one flag and the command-file option.
@@ -67,7 +46,7 @@ struct Fixture {
   MsConsoleConcrete Console;
   ClStringArg Output{'o', "output", "file", "Override output file"};
   ClFlagArg All{0, "all", "Generate all checks"};
-  MemoryFileArg Files;
+  cltest::MemoryFileArg Files;
   ClAny Root;
 };
 
