@@ -6,11 +6,11 @@
 // it on. What remains process-wide, and why:
 //  - the console (MsGetConsole, console/): one per process, created on first
 //    use. Reached through the accessor only by the tool's main object and by
-//    the two routines that have no caller to receive it from: the
-//    internal-failure exit (called from anywhere a defect is found) and the
-//    out-of-memory report (run after the new-handler threw).
+//    the internal-failure exit, which is called from wherever a defect is
+//    found and has no caller to receive the console from.
 //  - the new-handler (SuRun): operator new calls it without arguments, so it
-//    can only throw MsConsole::BadAlloc, which the run function catches.
+//    can reach nothing; it throws MsConsole::BadAlloc, and the run function,
+//    which holds the console, has the out-of-memory message issued.
 //  - the internal-failure handler (GeSetInternalFailureHandler, general/):
 //    GeInternalFailure is called from every layer; the tool installs the
 //    handler that adds its name and prints through the console.
@@ -20,23 +20,25 @@
 //  - the workbench handler and the IDE agent (ideagent/): the protocol's exit
 //    marker is written by an exit-time handler, after every stack frame is
 //    gone, so the agent must outlive the run.
-//  - the output-opened flag (tool/LcSelection): the first pass truncates the
-//    selected-checks file and later passes append, across passes that do not
-//    share an object.
-//  - the column-tracking registry (GeStreamAdaptors, general/): the column
-//    of a standard stream is shared by every adaptor writing to it.
-//  - the temp-file registry (MsTempFileRegistry, console/): temporary output
-//    files must be removed by an exit-time handler when the process ends
-//    early (internal failure, a signal).
+//  - the output-opened flag (tool/LcSelection): the first selection pass
+//    that opens the selected-checks file truncates it, later passes append.
+//  - the column-tracking registry (GeStreamAdaptors, general/): maps a target
+//    stream buffer to the column trackers installed over it, so that every
+//    stream writing to one target finds its column; never destroyed, as
+//    trackers with static storage deregister during process exit.
+//  - the temp-file registry (MsTempFileRegistry, console/): the signal
+//    handler of SIGINT, SIGTERM and SIGHUP removes the temporary files of
+//    output files, and a signal handler can reach nothing else.
 //  - the command-file line table (ClCommandFileLines, cmdline/): positions of
-//    command-file tokens point into it and are printed after the walk.
+//    command-file tokens point into it, and diagnostics queued until the end
+//    of the process may still print them.
 //  - the fault guard's state (SuFaultGuard): a signal handler can reach
 //    nothing else; it holds the jump target, the scope depth and the
 //    alternate signal stack.
 //  - the line-buffered standard output (SuRun) and the program path
 //    (SuProgramPath): once per process, as the streams and argv[0] are.
-//  - the fake sign-on mode (SuSignOn): the environment is read once and the
-//    answer kept, so one run never shows two banners.
+//  - the fake sign-on mode (SuSignOn): the environment variable is read once
+//    and the answer kept for the whole process.
 #ifndef SETUP_SURUN_H
 #define SETUP_SURUN_H
 
