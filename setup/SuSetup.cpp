@@ -8,7 +8,6 @@
 #include "cmdline/ClLine.h"
 #include "console/MsConsole.h"
 #include "console/MsMessages.h"
-#include "console/MsOutputStream.h"
 #include "console/MsSubSystem.h"
 #include "general/GeInternalFailure.h"
 #include "setup/SuCommandFileArg.h"
