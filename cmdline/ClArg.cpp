@@ -231,21 +231,12 @@ std::string ClIntegerArg::ExpectedMessage(const std::string &Text, Base Radix,
                                           std::int32_t Upper) {
   const bool LowerDefault = Lower == std::numeric_limits<std::int32_t>::min();
   const bool UpperDefault = Upper == std::numeric_limits<std::int32_t>::max();
+  // Indexed by Base.
+  static const ClMsg BaseWords[] = {
+      ClMsg::IntegerBaseDecimal, ClMsg::IntegerBaseOctal,
+      ClMsg::IntegerBaseHexadecimal, ClMsg::IntegerBaseAny};
   std::string Message = ClText(ClMsg::IntegerExpected);
-  switch (Radix) {
-  case Base::Decimal:
-    Message += ClText(ClMsg::IntegerBaseDecimal);
-    break;
-  case Base::Octal:
-    Message += ClText(ClMsg::IntegerBaseOctal);
-    break;
-  case Base::Hexadecimal:
-    Message += ClText(ClMsg::IntegerBaseHexadecimal);
-    break;
-  case Base::Any:
-    Message += ClText(ClMsg::IntegerBaseAny);
-    break;
-  }
+  Message += ClText(BaseWords[static_cast<std::size_t>(Radix)]);
   Message += ClText(ClMsg::IntegerWord);
   if (LowerDefault && UpperDefault) {
     // No bound clause.

@@ -13,16 +13,25 @@
 
 namespace {
 
-std::string Quoted(const std::string &Text) { return '"' + Text + '"'; }
-
-std::string UnmatchedText(const std::vector<ClToken> &Tokens) {
-  std::string Text = ClText(ClMsg::UnexpectedArguments);
-  for (const ClToken &Token : Tokens) {
-    Text += ' ';
-    Text += Token.Text;
+/// "command-line message <number>" and each fill-in in double quotes.
+std::string LogText(ClLineMessage Message,
+                    const std::vector<std::string> &FillIns) {
+  std::string Text = "command-line message ";
+  Text += std::to_string(static_cast<unsigned>(Message));
+  for (const std::string &FillIn : FillIns) {
+    Text += " \"";
+    Text += FillIn;
+    Text += '"';
   }
   return Text;
 }
+
+/// Whether the text of Message refers to the file that a FileError names.
+bool NamesTheFile(ClLineMessage Message) {
+  return Message == ClLineMessage::CommandFileNotFound ||
+         Message == ClLineMessage::CommandFileRecursion;
+}
+
 
 /// The token lists being walked: the typed arguments at the bottom, above
 /// them the tokens of each command file being expanded. A file is being
@@ -142,50 +151,39 @@ bool BeginsWithName(const std::string &Text, const ClArg &Option) {
 
 // Errors --------------------------------------------------------------------
 
-ClLine::ErrorBase::ErrorBase(ClMsg Tag, const std::string &Text, ClPlace Place)
-    : std::runtime_error(Text), MessageTag(Tag), Where(std::move(Place)) {}
+ClLine::ErrorBase::ErrorBase(ClLineMessage Message,
+                             std::vector<std::string> FillIns, ClPlace Place)
+    : std::runtime_error(LogText(Message, FillIns)), Number(Message),
+      Strings(std::move(FillIns)), Where(std::move(Place)) {}
 
 ClLine::UnmatchedError::UnmatchedError(std::vector<ClToken> Tokens)
-    : ErrorBase(ClMsg::UnexpectedArguments, UnmatchedText(Tokens), ClPlace()),
+    : ErrorBase(ClLineMessage::UnexpectedArguments, ClTokenTexts(Tokens),
+                ClPlace()),
       Unmatched(std::move(Tokens)) {}
 
 ClLine::ParaBeginsWithMinusError::ParaBeginsWithMinusError(ClToken Option,
                                                            ClToken Parameter)
-    : ErrorBase(ClMsg::ParaBeginsWithMinus,
-                ClText(ClMsg::ParaBeginsWithMinus) + Quoted(Option.Text) +
-                    ClText(ClMsg::ParaBeginsWithMinusWas) +
-                    Quoted(Parameter.Text) +
-                    ClText(ClMsg::ParaBeginsWithMinusTail),
-                Option.Place),
+    : ErrorBase(ClLineMessage::ParaBeginsWithMinus,
+                {Option.Text, Parameter.Text}, Option.Place),
       OptionToken(std::move(Option)), ParameterToken(std::move(Parameter)) {}
 
-ClLine::CommandFileNotFound::CommandFileNotFound(std::string FileName,
-                                                 ClPlace OptionPlace)
-    : ErrorBase(ClMsg::CommandFileNotFound,
-                ClCompose(ClMsg::CommandFileNotFound, Quoted(FileName)),
-                std::move(OptionPlace)),
-      Name(std::move(FileName)) {}
-
-ClLine::CommandFileRecursionError::CommandFileRecursionError(
-    std::string FileName, ClPlace OptionPlace)
-    : ErrorBase(ClMsg::CommandFileRecursion,
-                ClCompose(ClMsg::CommandFileRecursion, Quoted(FileName)),
-                std::move(OptionPlace)),
-      Name(std::move(FileName)) {}
-
-ClLine::UnmatchedQuoteError::UnmatchedQuoteError(std::string FileName,
-                                                 ClPlace QuotePlace)
-    : ErrorBase(ClMsg::UnmatchedQuote, ClText(ClMsg::UnmatchedQuote),
-                std::move(QuotePlace)),
-      Name(std::move(FileName)) {}
-
-ClLine::UnmatchedSlashStarError::UnmatchedSlashStarError(std::string FileName,
-                                                         ClPlace CommentPlace)
-    : ErrorBase(ClMsg::UnmatchedSlashStar, ClText(ClMsg::UnmatchedSlashStar),
-                std::move(CommentPlace)),
+ClLine::FileError::FileError(ClLineMessage Message, std::string FileName,
+                             ClPlace Place)
+    : ErrorBase(Message,
+                NamesTheFile(Message) ? std::vector<std::string>{FileName}
+                                      : std::vector<std::string>(),
+                std::move(Place)),
       Name(std::move(FileName)) {}
 
 // ClLine --------------------------------------------------------------------
+
+std::vector<std::string> ClTokenTexts(const std::vector<ClToken> &Tokens) {
+  std::vector<std::string> Texts;
+  Texts.reserve(Tokens.size());
+  for (const ClToken &Token : Tokens)
+    Texts.push_back(Token.Text);
+  return Texts;
+}
 
 ClLine::ClLine(int Argc, const char *const *Argv) {
   if (!Argv || Argc <= 1)

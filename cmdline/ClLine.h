@@ -8,9 +8,11 @@
 #include "cmdline/ClToken.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <istream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 class ClArg;
@@ -51,6 +53,19 @@ struct ClWalkResult {
   bool HelpRequested = false;
 };
 
+/// The messages of the walk and command-file errors. Their texts live in the
+/// framework's diagnostic table, under these numbers; the reader holds none.
+/// An error carries its message and the string fill-ins that the message's
+/// text refers to (%sq, or %sq1 and %sq2), in order.
+enum class ClLineMessage : std::uint16_t {
+  UnexpectedArguments = 2,
+  ParaBeginsWithMinus = 6,
+  CommandFileNotFound = 7,
+  CommandFileRecursion = 8,
+  UnmatchedQuote = 9,
+  UnmatchedSlashStar = 10,
+};
+
 /// The command line of one run. Holds the typed arguments; Walk offers them
 /// to a parser tree.
 ///
@@ -74,10 +89,21 @@ public:
   class ErrorBase;
   class UnmatchedError;
   class ParaBeginsWithMinusError;
-  class CommandFileNotFound;
-  class CommandFileRecursionError;
-  class UnmatchedQuoteError;
-  class UnmatchedSlashStarError;
+  class FileError;
+  template <ClLineMessage Kind> class FileErrorOf;
+  /// A command file that cannot be opened; placed at the option that named
+  /// it.
+  using CommandFileNotFound = FileErrorOf<ClLineMessage::CommandFileNotFound>;
+  /// A command file named while it is still being processed; placed at the
+  /// option that named it.
+  using CommandFileRecursionError =
+      FileErrorOf<ClLineMessage::CommandFileRecursion>;
+  /// The end of a command file inside a quoted stretch; placed at the
+  /// opening quote.
+  using UnmatchedQuoteError = FileErrorOf<ClLineMessage::UnmatchedQuote>;
+  /// The end of a command file inside a block comment; placed at its "/*".
+  using UnmatchedSlashStarError =
+      FileErrorOf<ClLineMessage::UnmatchedSlashStar>;
 
   ClLine() = default;
   /// The arguments Argv[1] .. Argv[Argc - 1], each placed at its index; a
@@ -122,23 +148,28 @@ private:
   std::vector<ClToken> Args;
 };
 
-/// Base of the walk and command-file errors: the tag of the message, a plain
-/// text for what() (fill-ins in double quotes) and the place the message
-/// points at (no place when it points nowhere). The kinds carry the fill-ins
-/// of their messages separately.
+
+/// Base of the walk and command-file errors: the message, its fill-ins and
+/// the place it points at (no place when it points nowhere). what() names
+/// the message by number and lists the fill-ins in double quotes; it is for
+/// logs, never shown to a user.
 class ClLine::ErrorBase : public std::runtime_error {
 public:
-  ErrorBase(ClMsg Tag, const std::string &Text, ClPlace Place);
+  ErrorBase(ClLineMessage Message, std::vector<std::string> FillIns,
+            ClPlace Place);
 
-  ClMsg Tag() const { return MessageTag; }
+  ClLineMessage Message() const { return Number; }
+  const std::vector<std::string> &FillIns() const { return Strings; }
   const ClPlace &Place() const { return Where; }
 
 private:
-  ClMsg MessageTag;
+  ClLineMessage Number;
+  std::vector<std::string> Strings;
   ClPlace Where;
 };
 
-/// Unknown options met by the walk: "Unexpected command line arguments:".
+/// Unknown options met by the walk (UnexpectedArguments). The fill-ins are
+/// the tokens' texts, in order.
 class ClLine::UnmatchedError : public ClLine::ErrorBase {
 public:
   explicit UnmatchedError(std::vector<ClToken> Tokens);
@@ -150,7 +181,7 @@ private:
 };
 
 /// A separate parameter that begins with "-" but not with "---"; placed at
-/// the option.
+/// the option. Fill-ins: the option token and the parameter.
 class ClLine::ParaBeginsWithMinusError : public ClLine::ErrorBase {
 public:
   ParaBeginsWithMinusError(ClToken Option, ClToken Parameter);
@@ -162,46 +193,26 @@ private:
   ClToken ParameterToken;
 };
 
-/// A command file that cannot be opened; placed at the option that named it.
-class ClLine::CommandFileNotFound : public ClLine::ErrorBase {
+/// An error about one command file, which it names. The name is also the
+/// message's fill-in when the message refers to the file (CommandFileNotFound,
+/// CommandFileRecursion); the messages about a file's contents have none.
+class ClLine::FileError : public ClLine::ErrorBase {
 public:
-  CommandFileNotFound(std::string FileName, ClPlace OptionPlace);
   const std::string &FileName() const { return Name; }
+
+protected:
+  FileError(ClLineMessage Message, std::string FileName, ClPlace Place);
 
 private:
   std::string Name;
 };
 
-/// A command file named while it is still being processed; placed at the
-/// option that named it.
-class ClLine::CommandFileRecursionError : public ClLine::ErrorBase {
+/// The FileError of one message; the kinds are named in ClLine.
+template <ClLineMessage Kind>
+class ClLine::FileErrorOf : public ClLine::FileError {
 public:
-  CommandFileRecursionError(std::string FileName, ClPlace OptionPlace);
-  const std::string &FileName() const { return Name; }
-
-private:
-  std::string Name;
-};
-
-/// The end of a command file inside a quoted stretch; placed at the opening
-/// quote.
-class ClLine::UnmatchedQuoteError : public ClLine::ErrorBase {
-public:
-  UnmatchedQuoteError(std::string FileName, ClPlace QuotePlace);
-  const std::string &FileName() const { return Name; }
-
-private:
-  std::string Name;
-};
-
-/// The end of a command file inside a block comment; placed at its "/*".
-class ClLine::UnmatchedSlashStarError : public ClLine::ErrorBase {
-public:
-  UnmatchedSlashStarError(std::string FileName, ClPlace CommentPlace);
-  const std::string &FileName() const { return Name; }
-
-private:
-  std::string Name;
+  FileErrorOf(std::string FileName, ClPlace Place)
+      : FileError(Kind, std::move(FileName), std::move(Place)) {}
 };
 
 #endif

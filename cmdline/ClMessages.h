@@ -2,59 +2,21 @@
 //
 // A text that names user input (a token, a file name, an option) is held as
 // the fixed words before and after that input; the input itself stays a
-// separate fill-in and is never spliced into a format.
+// separate fill-in and is never spliced into a format. The messages of the
+// walk and of command files are not here: their errors carry a message
+// number of the framework's diagnostic table (ClLineMessage), which holds
+// their texts.
 #ifndef CMDLINE_CLMESSAGES_H
 #define CMDLINE_CLMESSAGES_H
 
 #include <string>
 
-/// Tags of the command-line texts.
+/// Tags of the command-line texts, listed with their texts in
+/// ClMessages.def.
 enum class ClMsg {
-  None,
-  // Conversion of option parameters.
-  IllegalCharacters,
-  IntegerExpected,
-  IntegerBaseDecimal,
-  IntegerBaseOctal,
-  IntegerBaseHexadecimal,
-  IntegerBaseAny,
-  IntegerWord,
-  IntegerAtMost,
-  IntegerAtLeast,
-  IntegerBetween,
-  IntegerBetweenAnd,
-  IntegerQuoted,
-  // Occurrence rules of option parsers.
-  RequiresSeparateParameter,
-  NoLongerSupported,
-  OnlyOnce,
-  DoesNotMatch,
-  MissingOption,
-  // Combination rules and descriptions of groups.
-  IllegalCombination,
-  CombinationAnd,
-  CombinationFirstAnyOf,
-  CombinationSecondAnyOf,
-  AnyCombinationOf,
-  AnyOneOf,
-  // The walk and command files.
-  UnexpectedArguments,
-  ParaBeginsWithMinus,
-  ParaBeginsWithMinusWas,
-  ParaBeginsWithMinusTail,
-  CommandFileNotFound,
-  CommandFileRecursion,
-  UnmatchedQuote,
-  UnmatchedSlashStar,
-  // Help listing.
-  HelpHeading,
-  HelpDebugMarker,
-  HelpDeprecatedMarker,
-  HelpRemovedMarker,
-  // Internal failures.
-  UnknownArgPara,
-  StoreOnGroup,
-  MissingSeparateToken,
+#define CL_MESSAGE(Tag, Before, After) Tag,
+#include "cmdline/ClMessages.def"
+#undef CL_MESSAGE
 };
 
 /// The text of Tag: the words that stand before its fill-in (if it has one).

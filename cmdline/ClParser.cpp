@@ -163,16 +163,19 @@ bool ClGroupParser::IsGiven() const {
   return false;
 }
 
+void ClAppendDescription(std::string &Text, const ClParser &Node) {
+  std::string One = Node.Describe();
+  if (One.empty())
+    return;
+  if (!Text.empty())
+    Text += '\n';
+  Text += One;
+}
+
 std::string ClGroupParser::Describe() const {
   std::string Text;
-  for (const Member &M : Children) {
-    std::string One = M.Node->Describe();
-    if (One.empty())
-      continue;
-    if (!Text.empty())
-      Text += '\n';
-    Text += One;
-  }
+  for (const Member &M : Children)
+    ClAppendDescription(Text, *M.Node);
   return Text;
 }
 

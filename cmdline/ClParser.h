@@ -192,6 +192,11 @@ private:
 /// Several options of kind T, each tied to a level, gathered as one node: the
 /// values of all their occurrences are kept with their option's level in
 /// command-line order. Each option may occur any number of times.
+/// Appends Node's description to Text, after a line feed when Text is not
+/// empty; an empty description adds nothing. The description of a node with
+/// members is its members' descriptions, one per line.
+void ClAppendDescription(std::string &Text, const ClParser &Node);
+
 template <class LevelT, class T = ClStringSetArg>
 class ClMMultiVal : public ClParser {
 public:
@@ -227,14 +232,8 @@ public:
   /// The descriptions of the options, one per line.
   std::string Describe() const override {
     std::string Text;
-    for (const Entry &E : Entries) {
-      std::string One = E.Parser->Describe();
-      if (One.empty())
-        continue;
-      if (!Text.empty())
-        Text += '\n';
-      Text += One;
-    }
+    for (const Entry &E : Entries)
+      ClAppendDescription(Text, *E.Parser);
     return Text;
   }
   void Check() override {

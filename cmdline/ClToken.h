@@ -5,6 +5,7 @@
 #include "sourcepos/DiSourcePosition.h"
 
 #include <string>
+#include <vector>
 
 /// Where a token came from. A typed argument has its index in the argument
 /// vector and no source position; a token read from a command file has its
@@ -33,6 +34,9 @@ struct ClToken {
   std::string Text;
   ClPlace Place;
 };
+
+/// The texts of Tokens, in order.
+std::vector<std::string> ClTokenTexts(const std::vector<ClToken> &Tokens);
 
 /// How a token matched an option (the match kinds of ClArg::Match).
 enum ClArgPara : int {

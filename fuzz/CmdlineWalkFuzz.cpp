@@ -144,16 +144,17 @@ bool LooksLikeOption(const std::string &Text) {
   return Text.size() > 1 && Text[0] == '-';
 }
 
-/// A file's tokens with their lines and columns, or the tag of the error
+/// A file's tokens with their lines and columns, or the message of the error
 /// that reading it raised.
 struct FileReading {
   std::vector<std::string> Texts;
   std::vector<std::uint32_t> Places;
-  ClMsg Error = ClMsg::None;
+  bool Failed = false;
+  ClLineMessage Error = ClLineMessage::UnexpectedArguments;
 
   bool operator==(const FileReading &Other) const {
     return Texts == Other.Texts && Places == Other.Places &&
-           Error == Other.Error;
+           Failed == Other.Failed && Error == Other.Error;
   }
 };
 
@@ -172,7 +173,8 @@ FileReading ReadFile(const std::string &Bytes, bool Plain) {
       Result.Places.push_back(Token.Place.Position.Column());
     }
   } catch (const ClLine::ErrorBase &E) {
-    Result.Error = E.Tag();
+    Result.Failed = true;
+    Result.Error = E.Message();
   }
   return Result;
 }
@@ -239,7 +241,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
         Require(Decoded == File.second);
         Require(ReadFile(Encoded, false) == ReadFile(File.second, true));
       } else {
-        Require(ReadFile(Encoded, false).Error == ClMsg::CommandFileNotFound);
+        const FileReading Refused = ReadFile(Encoded, false);
+        Require(Refused.Failed &&
+                Refused.Error == ClLineMessage::CommandFileNotFound);
       }
     }
     File.second = std::move(Encoded);

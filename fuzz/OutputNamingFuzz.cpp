@@ -11,7 +11,7 @@
 #include "console/MsDependHandler.h"
 #include "fuzz/FuzzSupport.h"
 #include "setup/SuCommandFileArg.h"
-#include "setup/SuSetup.h"
+#include "setup/SuDumps.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -113,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
     Wanted = Value;
   Require(SuOutputFileName(Value, DefaultName, Ext) == Wanted);
 
-  SuCommandFileArg CommandFile;
+  SuCommandFileArg CommandFile(MsGetConsole());
   Require(CommandFile.FileName(Given) ==
           (Extension(Given).empty() ? Given + ".xcl" : Given));
 

@@ -93,7 +93,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
     std::string Said;
     {
       fuzz::StdStreamCapture Capture;
-      Result = LcSetupRun(static_cast<int>(Args.size()), Argv.data(), Request);
+      Result = LcSetupRun(Console, static_cast<int>(Args.size()), Argv.data(),
+                          Request);
       Said = Capture.OutText() + Capture.ErrText();
     }
 

@@ -43,10 +43,6 @@ std::uint32_t LevelOf(const std::string &FirstArgument) {
 
 } // namespace
 
-bool WtInstallConsoleAgent(const std::string &FirstArgument) {
-  return WtInstallConsoleAgent(FirstArgument, MsGetConsole());
-}
-
 bool WtInstallConsoleAgent(const std::string &FirstArgument,
                            MsConsole &Console) {
   if (Installed)

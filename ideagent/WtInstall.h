@@ -11,12 +11,9 @@ class MsWorkbenchHandler;
 /// The agent installer the framework's run function offers the first
 /// argument to. "--IDE", "--IDE2" and "--IDE3" (the whole argument, case
 /// sensitive) create a WtConsoleAgentExe of protocol level 1, 2 or 3 and
-/// install it on the process-wide console; every other argument is refused.
-/// Also refused when a workbench handler is already installed, so that one
-/// agent at most is made per process. Answers whether it installed one.
-bool WtInstallConsoleAgent(const std::string &FirstArgument);
-
-/// The same on Console. On success: creates the MsWorkbenchHandler for the
+/// install it on Console; every other argument is refused. Also refused when
+/// a workbench handler is already installed, so that one agent at most is
+/// made per process. Answers whether it installed one. On success: creates the MsWorkbenchHandler for the
 /// new agent and makes it the process-wide handler, stores it as Console's
 /// IDE handler (the protocol then replaces the human form of messages, and
 /// the console knows it runs under the IDE link) and installs a stop query

@@ -7,9 +7,9 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 
-SuCommandFileArg::SuCommandFileArg()
-    : ClCommandFileArg('f', "", "file", "Read command line options from file") {
-}
+SuCommandFileArg::SuCommandFileArg(MsConsole &Console)
+    : ClCommandFileArg('f', "", "file", "Read command line options from file"),
+      Served(Console) {}
 
 std::string SuCommandFileArg::FileName(const std::string &Parameter) const {
   if (boost::filesystem::path(Parameter).extension().empty())
@@ -30,5 +30,5 @@ SuCommandFileArg::Open(const std::string &Name) const {
 }
 
 void SuCommandFileArg::Announce(const std::string &Name) const {
-  MsGetConsole().AnnounceFile(Name);
+  Served.AnnounceFile(Name);
 }

@@ -4,32 +4,30 @@
 #include "console/MsConsole.h"
 #include "general/GeHex.h"
 #include "general/GeInternalFailure.h"
+#include "console/MsMessageContent.h"
 
 namespace {
 
-/// The fixed pieces of the report texts.
+/// The report texts, whole, in the format language of messages. In the
+/// system-exception texts %s1 is the exception's name, %s2 its code, %s3 the
+/// faulting instruction's address and %s4 the data address of an access
+/// violation.
 enum ReportTextTag {
   UnexpectedExceptionText,
   UnexpectedStdExceptionText,
   UnknownCodeText,
-  CodeOpenText,
-  CodeCloseText,
-  ReadingFromText,
-  WritingToText,
-  AddressText,
-  AccessCloseText
+  SystemExceptionText,
+  ReadAccessViolationText,
+  WriteAccessViolationText
 };
 
 const char *const ReportTexts[] = {
     "Unexpected exception",
-    "Unexpected exception: ",
+    "Unexpected exception: %s1",
     "Unexpected windows exception",
-    " (",
-    ") at ",
-    " (reading from",
-    " (writing to",
-    " address ",
-    ")",
+    "%s1 (%s2) at %s3",
+    "%s1 (%s2) at %s3 (reading from address %s4)",
+    "%s1 (%s2) at %s3 (writing to address %s4)",
 };
 
 const char *ReportText(ReportTextTag Tag) { return ReportTexts[Tag]; }
@@ -41,28 +39,29 @@ struct ExceptionNameEntry {
 
 /// Structured-exception names, searched in this order.
 const ExceptionNameEntry ExceptionNames[] = {
-    {0xC0000005, "Access violation"},
-    {0x80000002, "Datatype misalignment"},
-    {0x80000003, "Breakpoint"},
-    {0x80000004, "Single step"},
-    {0xC000008C, "Array bounds exceeded"},
-    {0xC000008D, "Flt denormaloperand"},
-    {0xC000008E, "Flt divide by zero"},
-    {0xC000008F, "Flt inexact result"},
-    {0xC0000090, "Flt invalid operation"},
-    {0xC0000091, "Flt overflow"},
-    {0xC0000092, "Flt stack check"},
-    {0xC0000093, "Flt Underflow"},
-    {0xC0000094, "Int divide by zero"},
-    {0xC0000095, "Int overflow"},
-    {0xC0000096, "Priv instruction"},
-    {0xC0000006, "In page error"},
-    {0xC000001D, "Illegal instruction"},
-    {0xC0000025, "Noncontinuable exception"},
-    {0xC00000FD, "Stack overflow"},
-    {0xC0000026, "Invalid disposition"},
-    {0x80000001, "Guard page"},
-    {0xC0000008, "Invalid handle"},
+    {SuCodeAccessViolation, "Access violation"},
+    {SuCodeDatatypeMisalignment, "Datatype misalignment"},
+    {SuCodeBreakpoint, "Breakpoint"},
+    {SuCodeSingleStep, "Single step"},
+    {SuCodeArrayBoundsExceeded, "Array bounds exceeded"},
+    {SuCodeFltDenormalOperand, "Flt denormaloperand"},
+    {SuCodeFltDivideByZero, "Flt divide by zero"},
+    {SuCodeFltInexactResult, "Flt inexact result"},
+    {SuCodeFltInvalidOperation, "Flt invalid operation"},
+    {SuCodeFltOverflow, "Flt overflow"},
+    {SuCodeFltStackCheck, "Flt stack check"},
+    // The capital U is how the name has always been spelt.
+    {SuCodeFltUnderflow, "Flt Underflow"},
+    {SuCodeIntDivideByZero, "Int divide by zero"},
+    {SuCodeIntOverflow, "Int overflow"},
+    {SuCodePrivInstruction, "Priv instruction"},
+    {SuCodeInPageError, "In page error"},
+    {SuCodeIllegalInstruction, "Illegal instruction"},
+    {SuCodeNoncontinuableException, "Noncontinuable exception"},
+    {SuCodeStackOverflow, "Stack overflow"},
+    {SuCodeInvalidDisposition, "Invalid disposition"},
+    {SuCodeGuardPage, "Guard page"},
+    {SuCodeInvalidHandle, "Invalid handle"},
 };
 
 } // namespace
@@ -78,18 +77,24 @@ const char *SuExceptionName(std::uint32_t Code) {
 
 ErrFun::~ErrFun() = default;
 
-NoMoreMemory &NoMoreMemory::Instance() {
+NoMoreMemory &NoMoreMemory::Instance(MsConsole &Console) {
   static NoMoreMemory TheInstance;
+  TheInstance.Served = &Console;
   return TheInstance;
 }
 
-void NoMoreMemory::Report() { MsGetConsole().ReportOutOfMemory(); }
+void NoMoreMemory::Report() {
+  if (Served)
+    Served->ReportOutOfMemory();
+}
 
 UnexpectedStdException::UnexpectedStdException(const char *What)
     : Description(What ? What : "") {}
 
 std::string UnexpectedStdException::Text() const {
-  return ReportText(UnexpectedStdExceptionText) + Description;
+  return MsPlainMessageContent(ReportText(UnexpectedStdExceptionText),
+                               {Description})
+      .Text();
 }
 
 void UnexpectedStdException::Report() { SuInternalErrorExit(Text()); }
@@ -112,18 +117,15 @@ UnexpectedWindowsException::UnexpectedWindowsException(
                                  Fault.AccessKind, Fault.DataAddress) {}
 
 std::string UnexpectedWindowsException::Text() const {
-  std::string Result = SuExceptionName(Code);
-  Result += ReportText(CodeOpenText);
-  Result += GeHex(Code);
-  Result += ReportText(CodeCloseText);
-  Result += GeHex(InstructionAddress);
+  MsFillIns FillIns{SuExceptionName(Code), GeHex(Code),
+                    GeHex(InstructionAddress)};
+  ReportTextTag Format = SystemExceptionText;
   if (Code == SuCodeAccessViolation) {
-    Result += ReportText(AccessKind != 0 ? WritingToText : ReadingFromText);
-    Result += ReportText(AddressText);
-    Result += GeHex(DataAddress);
-    Result += ReportText(AccessCloseText);
+    Format = AccessKind != 0 ? WriteAccessViolationText
+                             : ReadAccessViolationText;
+    FillIns.Add(GeHex(DataAddress));
   }
-  return Result;
+  return MsPlainMessageContent(ReportText(Format), FillIns).Text();
 }
 
 void UnexpectedWindowsException::Report() { SuInternalErrorExit(Text()); }

@@ -12,6 +12,8 @@
 #include <cstdint>
 #include <string>
 
+class MsConsole;
+
 /// Ends the process through the internal-failure exit with Text: the
 /// process-wide internal-failure handler (which the tool installs to add its
 /// name and print through the console's fatal text report) reports it, and
@@ -31,15 +33,17 @@ public:
 };
 
 /// Memory exhaustion. One static instance exists, so that reporting needs no
-/// allocation; its report asks the console for the out-of-memory message and
-/// returns.
+/// allocation; its report asks the console it was last handed for the
+/// out-of-memory message and returns.
 class NoMoreMemory final : public ErrFun {
 public:
-  static NoMoreMemory &Instance();
+  /// The instance, set to report to Console.
+  static NoMoreMemory &Instance(MsConsole &Console);
   void Report() override;
 
 private:
   NoMoreMemory() = default;
+  MsConsole *Served = nullptr;
 };
 
 /// A standard exception that reached the framework. Keeps a copy of its

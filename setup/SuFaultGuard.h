@@ -43,7 +43,9 @@ struct SuProcessorFault {
   std::uint64_t DataAddress = 0;
 };
 
-/// Structured-exception codes that the signal translation produces.
+/// Structured-exception codes: every code the report knows by name (the
+/// name table of SuErrFun is built on these), of which the signal
+/// translation produces a part.
 enum : std::uint32_t {
   SuCodeAccessViolation = 0xC0000005,
   SuCodeDatatypeMisalignment = 0x80000002,
@@ -55,12 +57,18 @@ enum : std::uint32_t {
   SuCodeFltInexactResult = 0xC000008F,
   SuCodeFltInvalidOperation = 0xC0000090,
   SuCodeFltOverflow = 0xC0000091,
+  SuCodeFltStackCheck = 0xC0000092,
   SuCodeFltUnderflow = 0xC0000093,
   SuCodeIntDivideByZero = 0xC0000094,
   SuCodeIntOverflow = 0xC0000095,
   SuCodePrivInstruction = 0xC0000096,
+  SuCodeInPageError = 0xC0000006,
   SuCodeIllegalInstruction = 0xC000001D,
+  SuCodeNoncontinuableException = 0xC0000025,
   SuCodeStackOverflow = 0xC00000FD,
+  SuCodeInvalidDisposition = 0xC0000026,
+  SuCodeGuardPage = 0x80000001,
+  SuCodeInvalidHandle = 0xC0000008,
   /// A signal the translation has no code for: this base plus the signal
   /// number. Not a name-table code, so it is reported as an unexpected
   /// windows exception.

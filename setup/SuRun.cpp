@@ -3,6 +3,7 @@
 
 #include "console/MsConsole.h"
 #include "general/GeStreamAdaptors.h"
+#include "ideagent/WtInstall.h"
 #include "setup/SuErrFun.h"
 #include "setup/SuFaultGuard.h"
 #include "setup/SuProcessStart.h"
@@ -14,7 +15,7 @@
 
 namespace {
 
-SuIdeAgentInstaller IdeAgentInstaller = nullptr;
+SuIdeAgentInstaller IdeAgentInstaller = &WtInstallConsoleAgent;
 
 [[noreturn]] void OnAllocationFailure() { throw MsConsole::BadAlloc(); }
 
@@ -81,24 +82,27 @@ void RemoveFirstArgument(int &Argc, char **Argv) {
   --Argc;
 }
 
-int InnerRun(int Argc, char **Argv, SuMain &Main, ReportSlot &Slot) {
+int InnerRun(int Argc, char **Argv, SuMain &Main, MsConsole &Console,
+             ReportSlot &Slot) {
   try {
     RouteStandardOutputOnce();
-    if (Argc > 1 && IdeAgentInstaller && Argv[1] && IdeAgentInstaller(Argv[1]))
+    if (Argc > 1 && IdeAgentInstaller && Argv[1] &&
+        IdeAgentInstaller(Argv[1], Console))
       RemoveFirstArgument(Argc, Argv);
     return Main.Run(Argc, Argv);
   } catch (const MsConsoleException &) {
     return 2;
   } catch (const MsConsole::BadAlloc &) {
-    Slot.SetStatic(NoMoreMemory::Instance());
+    Slot.SetStatic(NoMoreMemory::Instance(Console));
     return 3;
   }
 }
 
-int GuardedRun(int Argc, char **Argv, SuMain &Main, ReportSlot &Slot) {
+int GuardedRun(int Argc, char **Argv, SuMain &Main, MsConsole &Console,
+               ReportSlot &Slot) {
   int Status = 0;
   SuProcessorFault Fault;
-  auto Body = [&]() { return InnerRun(Argc, Argv, Main, Slot); };
+  auto Body = [&]() { return InnerRun(Argc, Argv, Main, Console, Slot); };
   if (SuRunUnderFaultGuard(Body, Status, Fault))
     return Status;
   Slot.Make<UnexpectedWindowsException>(Fault);
@@ -111,7 +115,7 @@ SuIdeAgentInstaller SuSetIdeAgentInstaller(SuIdeAgentInstaller Installer) {
   return std::exchange(IdeAgentInstaller, Installer);
 }
 
-int SuRun(int Argc, char **Argv, SuMain &Main) {
+int SuRun(int Argc, char **Argv, SuMain &Main, MsConsole &Console) {
   SuPrepareProcess();
   std::set_new_handler(&OnAllocationFailure);
   // Keeps the fault handler installed while a report is made, so that a
@@ -120,7 +124,7 @@ int SuRun(int Argc, char **Argv, SuMain &Main) {
   ReportSlot Slot;
   int Status;
   try {
-    Status = GuardedRun(Argc, Argv, Main, Slot);
+    Status = GuardedRun(Argc, Argv, Main, Console, Slot);
   } catch (const std::exception &Caught) {
     Slot.Make<UnexpectedStdException>(Caught.what());
     Status = 3;

@@ -1,5 +1,6 @@
-// The setup run: the setup object, the chain of continuations, the parse with
-// its error reports, help, and the framework's standard options.
+// The setup run: the setup object, the chain of continuations, the parse,
+// help, and the framework's standard options. The walk's error reports live
+// in SuWalkReports, the dump options' writers in SuDumps.
 #include "setup/SuSetup.h"
 
 #include "appinterface/SuMessages.h"
@@ -7,16 +8,15 @@
 #include "cmdline/ClLine.h"
 #include "console/MsConsole.h"
 #include "console/MsMessages.h"
-#include "console/MsOutputStream.h"
 #include "console/MsSubSystem.h"
 #include "general/GeInternalFailure.h"
 #include "setup/SuCommandFileArg.h"
-
-#include <boost/filesystem.hpp>
+#include "setup/SuDumps.h"
+#include "setup/SuWalkReports.h"
 
 #include <functional>
 #include <iostream>
-#include <sstream>
+#include <memory>
 
 const char *SuTerminate::what() const noexcept { return "SuTerminate"; }
 
@@ -47,7 +47,7 @@ std::string &ProgramPathSetting() {
 }
 
 /// The one concrete setup object of a run. Owns the root of the parser tree
-/// and the banner texts; the console is the process-wide one.
+/// and the banner texts; the console is the run's, not owned.
 class SuConcreteSetup : public SuTargetSetup,
                         public virtual SuSetup,
                         public SuPostSetupState {
@@ -156,34 +156,6 @@ private:
   MsSubSystem Options;
 };
 
-/// Reports a command-line problem of the "Su" table at Place.
-void ReportAt(MsConsole &Console, SuMessageNumber Number, const ClPlace &Place,
-              const MsFillIns &FillIns) {
-  Console.Report(SuTag(Number), MsConsole::CommandLineError,
-                 DiSourceRange(Place.Position), FillIns);
-}
-
-std::string JoinTokens(const std::vector<ClToken> &Tokens) {
-  std::string Text;
-  for (const ClToken &Token : Tokens) {
-    Text += ' ';
-    Text += Token.Text;
-  }
-  return Text;
-}
-
-/// Reports the tokens under a preformatted heading ("Unexpected command line
-/// arguments:", "More than one source file specified:"), placed at the
-/// first token.
-void ReportTokens(MsConsole &Console, SuMessageNumber Number,
-                  const std::vector<ClToken> &Tokens) {
-  MsFillIns FillIns;
-  FillIns.Preformatted = true;
-  FillIns.Add(JoinTokens(Tokens));
-  ReportAt(Console, Number, Tokens.empty() ? ClPlace() : Tokens.front().Place,
-           FillIns);
-}
-
 /// The last link: registers the framework's standard options, parses the
 /// command line, and prints help when it is asked for. Owns the standard
 /// options, so it must live until the setup run has read them.
@@ -191,10 +163,10 @@ class SuDoItContinuation : public SuContinuation {
 public:
   SuDoItContinuation(const ClLine &CommandLine, SuConcreteSetup &TheSetup,
                      std::uint32_t Kind, std::string UsageText,
-                     std::uint8_t Flag, ClCommandFileArg *CommandFileArg,
+                     bool ShowTables, ClCommandFileArg *CommandFileArg,
                      std::function<void(const ClParser &)> Visitor)
       : Line(CommandLine), Setup(TheSetup), ToolKind(Kind),
-        Usage(std::move(UsageText)), FirstFlag(Flag),
+        Usage(std::move(UsageText)), ShowDiagnosticsTables(ShowTables),
         CommandFile(CommandFileArg), OptionTableVisitor(std::move(Visitor)),
         DiagnosticsTables(0, "diagnostics_tables", "file|directory",
                           "Dump diagnostic message tables to file"),
@@ -215,13 +187,13 @@ private:
   /// Walks the command line over Root. Help asked for anywhere in it wins:
   /// PrintHelp. Otherwise a command-line error is reported and ends the run
   /// (MsConsoleException); deprecated uses are reported and the run goes on.
-  void WalkAndReport(ClParser &Root);
+  void ParseCommandLine(ClParser &Root);
 
   const ClLine &Line;
   SuConcreteSetup &Setup;
   std::uint32_t ToolKind;
   std::string Usage;
-  std::uint8_t FirstFlag;
+  bool ShowDiagnosticsTables;
   ClCommandFileArg *CommandFile;
   std::function<void(const ClParser &)> OptionTableVisitor;
   ClStringArg DiagnosticsTables;
@@ -255,7 +227,7 @@ void SuDoItContinuation::PrintHelp() {
 
 void SuDoItContinuation::Continue() {
   ClGroupParser &Root = Setup.Parser();
-  if (!FirstFlag)
+  if (!ShowDiagnosticsTables)
     DiagnosticsTables.SetDebugOnly();
   Root.Add(std::make_unique<ClOnce>(DiagnosticsTables));
   if (ToolKind == 1) {
@@ -269,10 +241,10 @@ void SuDoItContinuation::Continue() {
     throw SuTerminate();
   }
 
-  WalkAndReport(Root);
+  ParseCommandLine(Root);
 }
 
-void SuDoItContinuation::WalkAndReport(ClParser &Root) {
+void SuDoItContinuation::ParseCommandLine(ClParser &Root) {
   MsConsole &Console = Setup.Console();
   ClWalkSettings Settings;
   Settings.HelpToken = HelpToken;
@@ -280,118 +252,43 @@ void SuDoItContinuation::WalkAndReport(ClParser &Root) {
     Settings.RecordOptions = true;
     Settings.NotRecorded = &DistributeMfc;
   }
-  try {
-    Result = Line.Walk(Root, Settings);
-    if (Result.HelpRequested)
-      PrintHelp();
-  } catch (const ClArgParser::ParseError &Error) {
-    ReportAt(Console, SuMsgInternalText2, Error.Place(), {Error.Text()});
-    throw MsConsoleException();
-  } catch (const ClParser::ParseError &Error) {
-    ReportAt(Console, SuMsgInternalText, Error.Place(), {Error.Text()});
-    throw MsConsoleException();
-  } catch (const ClLine::UnmatchedError &Error) {
-    ReportTokens(Console, SuMsgUnexpectedArguments, Error.Arguments());
-    throw MsConsoleException();
-  } catch (const ClLine::ParaBeginsWithMinusError &Error) {
-    ReportAt(Console, SuMsgParaBeginsWithMinus, Error.Place(),
-             {Error.Option().Text, Error.Parameter().Text});
-    throw MsConsoleException();
-  } catch (const ClLine::CommandFileNotFound &Error) {
-    ReportAt(Console, SuMsgCommandFileNotFound, Error.Place(),
-             {Error.FileName()});
-    throw MsConsoleException();
-  } catch (const ClLine::CommandFileRecursionError &Error) {
-    ReportAt(Console, SuMsgCommandFileRecursion, Error.Place(),
-             {Error.FileName()});
-    throw MsConsoleException();
-  } catch (const ClLine::UnmatchedQuoteError &Error) {
-    ReportAt(Console, SuMsgUnmatchedQuote, Error.Place(), {});
-    throw MsConsoleException();
-  } catch (const ClLine::UnmatchedSlashStarError &Error) {
-    ReportAt(Console, SuMsgUnmatchedSlashStar, Error.Place(), {});
-    throw MsConsoleException();
-  }
+  Result = SuWalkCommandLine(Console, Line, Root, Settings);
+  if (Result.HelpRequested)
+    PrintHelp();
 
   for (const ClToken &Token : Result.Deprecated)
-    ReportAt(Console, SuMsgDeprecatedOption, Token.Place, {Token.Text});
+    SuReportAt(Console, SuMsgDeprecatedOption, Token.Place, {Token.Text});
 
   if (!Result.Positional.empty() && !Setup.AcceptsSourceFiles()) {
-    ReportTokens(Console, SuMsgUnexpectedArguments, Result.Positional);
+    SuReportTokens(Console, SuMsgUnexpectedArguments, Result.Positional);
     throw MsConsoleException();
   }
-}
-
-/// Writes an output file of the framework through a temporary file, so that
-/// a failure leaves the old file as it was ("-" is standard output);
-/// failures are reported to the console.
-void WriteOutputFile(MsConsole &Console, const std::string &Path,
-                     const std::function<void(std::ostream &)> &Write) {
-  std::unique_ptr<MsOutputStream::OutFile> File = MsOutputStream::Open(
-      Console, MsOutputStream::Kind::Temp, Path, MsOutputStream::Mode::Text);
-  if (!File)
-    return;
-  Write(File->Stream());
-  File->Close();
-}
-
-/// The file a dump option's Value names: standard output ("-") and a device
-/// (such as /dev/stdout) as they stand, anything else by SuOutputFileName.
-std::string DumpFileName(const std::string &Value,
-                         const std::string &DefaultName) {
-  if (Value == "-" || MsOutputStream::IsSpecialFile(Value))
-    return Value;
-  return SuOutputFileName(Value, DefaultName, ".txt");
-}
-
-/// Dumps the diagnostic message tables into the file Value names.
-void DumpDiagnosticsTables(MsConsole &Console, const std::string &Value) {
-  WriteOutputFile(Console, DumpFileName(Value, "diagnostics_tables"),
-                  [&Console](std::ostream &Out) { Console.ListTags(Out); });
-}
-
-/// Writes one command line per source file for distribute_mfc.
-void DistributeCommandLines(MsConsole &Console, const std::string &Value,
-                            const ClWalkResult &Walked) {
-  std::vector<std::string> Common;
-  for (const ClToken &Token : Walked.Recorded)
-    Common.push_back(Token.Text);
-  std::vector<std::string> Extra;
-  for (const ClToken &Token : Walked.SecondRecorded)
-    Extra.push_back(Token.Text);
-  auto WriteAll = [&](std::ostream &Out) {
-    bool First = true;
-    for (const ClToken &Source : Walked.Positional) {
-      SuWriteCommandLine(Out, Common, Source.Text,
-                         First ? Extra : std::vector<std::string>());
-      First = false;
-    }
-  };
-  WriteOutputFile(Console, DumpFileName(Value, "separate_commands"), WriteAll);
 }
 
 } // namespace
 
 const std::string &SuProgramPath() { return ProgramPathSetting(); }
 
-SuRunResult SuSetupRun(int Argc, char **Argv, SuToolOptions &ToolOptions,
+SuRunResult SuSetupRun(MsConsole &Console, int Argc, char **Argv,
+                       SuToolOptions &ToolOptions,
                        const std::vector<SuTargetSetupSystem *> &Systems,
                        SuRunConfiguration Config) {
   if (Argc > 0 && Argv && Argv[0])
     ProgramPathSetting() = Argv[0];
 
   std::unique_ptr<SuCommandFileArg> CommandFile(Config.CommandFileArg);
-  MsConsole &Console = MsGetConsole();
   SuRunResult Result;
   try {
     SuRegisterMessages(Console);
     ClLine Line(Argc, Argv);
-    SuConcreteSetup Setup(Console, Config.ToolKind, Config.SecondFlag != 0);
+    SuConcreteSetup Setup(Console, Config.ToolKind,
+                          Config.AcceptsSourceFiles != 0);
     if (Config.Usage.compare(0, NoSignOnLength, NoSignOnMarker) == 0)
       Console.SetSignOnSuppressed(true);
 
     SuDoItContinuation DoIt(Line, Setup, Config.ToolKind, Config.Usage,
-                            Config.FirstFlag, CommandFile.get(),
+                            Config.ShowDiagnosticsTables != 0,
+                            CommandFile.get(),
                             Config.OptionTableVisitor);
     SuTargetSetupContinuation Target(ToolOptions, Setup, DoIt);
     std::vector<std::unique_ptr<SuSetupContinuation>> Links;
@@ -405,16 +302,16 @@ SuRunResult SuSetupRun(int Argc, char **Argv, SuToolOptions &ToolOptions,
     SuSetupContinuation First(ConsoleSystem, Setup, *Next);
     First.Continue();
 
-    SuBanner(Setup.Banner()).HandToConsole();
+    SuBanner(Setup.Banner()).HandToConsole(Console);
     Console.Start();
     ToolOptions.TakeOver();
     if (Config.ToolKind == 1 && DoIt.DistributeMfcOption().IsGiven()) {
-      DistributeCommandLines(Console, DoIt.DistributeMfcOption().Value(),
-                             DoIt.Walked());
+      SuDistributeCommandLines(Console, DoIt.DistributeMfcOption().Value(),
+                               DoIt.Walked());
       throw SuTerminate();
     }
     if (DoIt.DiagnosticsTablesOption().IsGiven()) {
-      DumpDiagnosticsTables(Console, DoIt.DiagnosticsTablesOption().Value());
+      SuDumpDiagnosticsTables(Console, DoIt.DiagnosticsTablesOption().Value());
       if (Console.ErrorCount() != 0)
         throw MsConsoleException();
       throw SuTerminate();
@@ -430,60 +327,4 @@ SuRunResult SuSetupRun(int Argc, char **Argv, SuToolOptions &ToolOptions,
     Result.Failed = 1;
   }
   return Result;
-}
-
-std::string SuOutputFileName(const std::string &Value,
-                             const std::string &DefaultName,
-                             const std::string &DefaultExtension) {
-  namespace fs = boost::filesystem;
-  boost::system::error_code Error;
-  fs::path Path(Value);
-  if (!Value.empty() && fs::is_directory(Path, Error))
-    return (Path / (DefaultName + DefaultExtension)).string();
-  if (Path.extension().empty())
-    return Value + DefaultExtension;
-  return Value;
-}
-
-bool SuIsBareWord(const std::string &Word) {
-  static const std::string Allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                                     "abcdefghijklmnopqrstuvwxyz"
-                                     "0123456789-_./\\=:";
-  return !Word.empty() && Word.find_first_not_of(Allowed) == std::string::npos;
-}
-
-namespace {
-void WriteWord(std::ostream &Out, const std::string &Word) {
-  if (SuIsBareWord(Word)) {
-    Out << Word;
-    return;
-  }
-  Out << '"';
-  for (char Ch : Word) {
-    if (Ch == '"' || Ch == '\\')
-      Out << '\\';
-    Out << Ch;
-  }
-  Out << '"';
-}
-} // namespace
-
-void SuWriteCommandLine(std::ostream &Out,
-                        const std::vector<std::string> &CommonWords,
-                        const std::string &SourceFile,
-                        const std::vector<std::string> &ExtraWords) {
-  bool First = true;
-  for (const std::string &Word : CommonWords) {
-    if (!First)
-      Out << ' ';
-    WriteWord(Out, Word);
-    First = false;
-  }
-  Out << ' ';
-  WriteWord(Out, SourceFile);
-  for (const std::string &Word : ExtraWords) {
-    Out << ' ';
-    WriteWord(Out, Word);
-  }
-  Out << '\n';
 }

@@ -35,12 +35,12 @@ struct SuRunConfiguration {
   SuCommandFileArg *CommandFileArg = nullptr;
   /// The usage text; it may begin with "<NoSignOn>".
   std::string Usage;
-  /// Carried into the last continuation; when 0 the diagnostics_tables
-  /// option is marked debug-only.
-  std::uint8_t FirstFlag = 1;
-  /// Handed to the setup object when it is built (whether the tool accepts
-  /// source files as positional arguments).
-  std::uint8_t SecondFlag = 0;
+  /// Whether diagnostics_tables is an ordinary option; when 0 it is marked
+  /// debug-only (help then leaves it out).
+  std::uint8_t ShowDiagnosticsTables = 1;
+  /// Whether the tool accepts source files as positional arguments; when 0
+  /// every positional argument is an unexpected argument.
+  std::uint8_t AcceptsSourceFiles = 0;
   /// When set, the setup run declares every option as usual, then hands the
   /// finished parser tree to this function instead of reading the command
   /// line, and answers that the tool does not go on. The tree and its options
@@ -139,30 +139,14 @@ public:
 /// subsystem, then Systems in order, then ToolOptions, then the parse),
 /// prints help or dumps the diagnostic tables when asked, and answers whether
 /// the tool goes on. Errors have been reported to the console when Failed is
-/// set. Argv[0], when present, is recorded as the program path.
-SuRunResult SuSetupRun(int Argc, char **Argv, SuToolOptions &ToolOptions,
+/// set. Argv[0], when present, is recorded as the program path. Every report
+/// goes to Console, which the setup systems reach through SuSetup::Console.
+SuRunResult SuSetupRun(MsConsole &Console, int Argc, char **Argv,
+                       SuToolOptions &ToolOptions,
                        const std::vector<SuTargetSetupSystem *> &Systems,
                        SuRunConfiguration Config);
 
 /// The program path recorded by the last setup run (Argv[0]), empty before.
 const std::string &SuProgramPath();
-
-/// The file an output option names: Value itself, with DefaultExtension added
-/// when it has no extension; or, when Value names an existing directory,
-/// DefaultName and DefaultExtension inside it.
-std::string SuOutputFileName(const std::string &Value,
-                             const std::string &DefaultName,
-                             const std::string &DefaultExtension);
-
-/// Whether a word of a distribute_mfc line can be written bare.
-bool SuIsBareWord(const std::string &Word);
-/// Writes one distribute_mfc line: the common words, a blank and the source
-/// file, then each extra word after a blank, and a line feed. Words that are
-/// not bare are written in double quotes, with a double quote or backslash
-/// inside preceded by a backslash.
-void SuWriteCommandLine(std::ostream &Out,
-                        const std::vector<std::string> &CommonWords,
-                        const std::string &SourceFile,
-                        const std::vector<std::string> &ExtraWords);
 
 #endif

@@ -2,6 +2,7 @@
 #include "setup/SuSignOn.h"
 
 #include "console/MsConsole.h"
+#include "console/MsMessageContent.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -13,19 +14,31 @@ const char SuFakeSignOnVariable[] = "ZOR_INTERNAL__USE_FAKE_SIGNON";
 
 namespace {
 
-/// The fixed pieces of the banner lines.
+/// The banner texts, whole lines where they are formats (the format language
+/// of messages). The title formats take the maker's short name, the prefix
+/// when there is one, the name, the version and the target when there is
+/// one, in that order; the copyright format takes the years and the company
+/// name.
 enum BannerTextTag {
-  Blank,
-  VersionMark,
-  FakeVersion,
-  ForWord,
-  FakeYears,
+  TitleFormat,
+  TitleWithPrefixFormat,
+  TitleWithTargetFormat,
+  TitleWithPrefixAndTargetFormat,
+  CopyrightFormat,
   CopyrightWord,
-  FullStop
+  FakeVersion,
+  FakeYears
 };
 
 const char *const BannerTexts[] = {
-    " ", " V", "?.??", " for ", "this year and every year", "Copyright", ".",
+    "%s1 %s2 V%s3",
+    "%s1 %s2 %s3 V%s4",
+    "%s1 %s2 V%s3 for %s4",
+    "%s1 %s2 %s3 V%s4 for %s5",
+    "Copyright %s1 %s2.",
+    "Copyright",
+    "?.??",
+    "this year and every year",
 };
 
 const char *BannerText(BannerTextTag Tag) { return BannerTexts[Tag]; }
@@ -43,20 +56,19 @@ bool SuFakeSignOnMode() {
 }
 
 std::string SuTitleLine(const SuBannerInputs &Inputs, bool Fake) {
-  std::string Line = SuMakerShortName;
-  Line += BannerText(Blank);
-  if (!Inputs.Prefix.empty()) {
-    Line += Inputs.Prefix;
-    Line += BannerText(Blank);
-  }
-  Line += Inputs.Name;
-  Line += BannerText(VersionMark);
-  Line += Fake ? std::string(BannerText(FakeVersion)) : Inputs.Version;
-  if (!Inputs.Target.empty()) {
-    Line += BannerText(ForWord);
-    Line += Inputs.Target;
-  }
-  return Line;
+  const bool Prefix = !Inputs.Prefix.empty();
+  const bool Target = !Inputs.Target.empty();
+  const BannerTextTag Format =
+      Prefix ? (Target ? TitleWithPrefixAndTargetFormat : TitleWithPrefixFormat)
+             : (Target ? TitleWithTargetFormat : TitleFormat);
+  MsFillIns FillIns{SuMakerShortName};
+  if (Prefix)
+    FillIns.Add(Inputs.Prefix);
+  FillIns.Add(Inputs.Name);
+  FillIns.Add(Fake ? std::string(BannerText(FakeVersion)) : Inputs.Version);
+  if (Target)
+    FillIns.Add(Inputs.Target);
+  return MsPlainMessageContent(BannerText(Format), FillIns).Text();
 }
 
 std::string SuCopyrightLine(const SuBannerInputs &Inputs, bool Fake) {
@@ -67,13 +79,9 @@ std::string SuCopyrightLine(const SuBannerInputs &Inputs, bool Fake) {
   const char *Word = BannerText(CopyrightWord);
   if (Text.compare(0, std::strlen(Word), Word) == 0)
     return Text;
-  std::string Line = Word;
-  Line += BannerText(Blank);
-  Line += Text;
-  Line += BannerText(Blank);
-  Line += SuCompanyName;
-  Line += BannerText(FullStop);
-  return Line;
+  return MsPlainMessageContent(BannerText(CopyrightFormat),
+                               {Text, SuCompanyName})
+      .Text();
 }
 
 SuBanner::SuBanner(const SuBannerInputs &Inputs)
@@ -83,6 +91,6 @@ SuBanner::SuBanner(const SuBannerInputs &Inputs, bool Fake)
     : Title(SuTitleLine(Inputs, Fake)),
       Copyright(SuCopyrightLine(Inputs, Fake)) {}
 
-void SuBanner::HandToConsole() const {
-  MsGetConsole().SetSignOn(Title, Copyright);
+void SuBanner::HandToConsole(MsConsole &Console) const {
+  Console.SetSignOn(Title, Copyright);
 }

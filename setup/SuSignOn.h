@@ -5,6 +5,8 @@
 
 #include <string>
 
+class MsConsole;
+
 /// The framework's build date; its last four characters are the default
 /// copyright years.
 extern const char SuBuildDate[];
@@ -52,9 +54,9 @@ public:
   const std::string &TitleLine() const { return Title; }
   const std::string &CopyrightLine() const { return Copyright; }
 
-  /// Hands both lines to the console, title first; the console prints them
-  /// at the start of the run unless sign-on is suppressed.
-  void HandToConsole() const;
+  /// Hands both lines to Console, title first; the console prints them at
+  /// the start of the run unless sign-on is suppressed.
+  void HandToConsole(MsConsole &Console) const;
 
 private:
   std::string Title;

@@ -105,9 +105,19 @@ private:
   ClMultiVal<ClStringSetArg> *PackageParser = nullptr;
 };
 
-/// The console of the process, with the tool's application interface
-/// installed (once; later calls reuse it).
-MsConsole &ToolConsole() {
+SuRunConfiguration RunConfiguration(MsConsole &Console) {
+  SuRunConfiguration Config;
+  Config.ToolKind = 2;
+  Config.CommandFileArg = new SuCommandFileArg(Console);
+  Config.Usage = UsageText;
+  return Config;
+}
+
+} // namespace
+
+MsConsole &LcToolConsole() {
+  // The one place of the tool that takes the console from the process-wide
+  // accessor; everything below receives it from here.
   MsConsole &Console = MsGetConsole();
   static LcConsoleApplicationInterface Interface(Console);
   if (Console.GetApplicationInterface() != &Interface)
@@ -115,26 +125,20 @@ MsConsole &ToolConsole() {
   return Console;
 }
 
-SuRunConfiguration RunConfiguration() {
-  SuRunConfiguration Config;
-  Config.ToolKind = 2;
-  Config.CommandFileArg = new SuCommandFileArg;
-  Config.Usage = UsageText;
-  return Config;
-}
-
-} // namespace
-
-SuRunResult LcSetupRun(int Argc, char **Argv, LcSelectionRequest &Request) {
+SuRunResult LcSetupRun(MsConsole &Console, int Argc, char **Argv,
+                       LcSelectionRequest &Request) {
   SetupSystem System(Request);
   SuToolOptions Options;
-  return SuSetupRun(Argc, Argv, Options, {&System}, RunConfiguration());
+  return SuSetupRun(Console, Argc, Argv, Options, {&System},
+                    RunConfiguration(Console));
 }
 
+LCmMain0::LCmMain0() : Served(LcToolConsole()) {}
+
 std::int32_t LCmMain0::Run(int Argc, char **Argv) {
-  MsConsole &Console = ToolConsole();
+  MsConsole &Console = Served;
   LcSelectionRequest Request;
-  SuRunResult Setup = LcSetupRun(Argc, Argv, Request);
+  SuRunResult Setup = LcSetupRun(Console, Argc, Argv, Request);
   if (!Setup.Proceed)
     return Setup.Failed ? 2 : 0;
 
@@ -150,13 +154,13 @@ std::int32_t LCmMain0::Run(int Argc, char **Argv) {
 
 void LCmMain0::VisitOptionTable(
     const std::function<void(const ClParser &)> &Visit) {
-  ToolConsole();
+  MsConsole &Console = LcToolConsole();
   LcSelectionRequest Request;
   SetupSystem System(Request);
   SuToolOptions Options;
-  SuRunConfiguration Config = RunConfiguration();
+  SuRunConfiguration Config = RunConfiguration(Console);
   Config.OptionTableVisitor = Visit;
   char Program[] = "chksel";
   char *Argv[] = {Program, nullptr};
-  SuSetupRun(1, Argv, Options, {&System}, std::move(Config));
+  SuSetupRun(Console, 1, Argv, Options, {&System}, std::move(Config));
 }

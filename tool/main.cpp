@@ -1,12 +1,10 @@
 // The chksel program entry.
-#include "ideagent/WtInstall.h"
 #include "setup/SuRun.h"
 #include "tool/LCmMain0.h"
 #include "tool/LcInternalFailure.h"
 
 int main(int Argc, char **Argv) {
   LcInstallInternalFailureHandler();
-  SuSetIdeAgentInstaller(&WtInstallConsoleAgent);
   LCmMain0 Main;
-  return SuRun(Argc, Argv, Main);
+  return SuRun(Argc, Argv, Main, Main.Console());
 }

@@ -3,6 +3,7 @@
 // one of the documented errors.
 #include "cmdline/ClLine.h"
 #include "cmdline/ClParser.h"
+#include "tests/cmdline/ClTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -15,19 +16,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-class MapFileArg : public ClCommandFileArg {
-public:
-  MapFileArg()
-      : ClCommandFileArg('f', "", "file",
-                         "Read command line options from file") {}
-  std::unique_ptr<std::istream> Open(const std::string &Name) const override {
-    auto It = Files.find(Name);
-    if (It == Files.end())
-      return nullptr;
-    return std::make_unique<std::istringstream>(It->second);
-  }
-  std::map<std::string, std::string> Files;
-};
+using MapFileArg = cltest::MemoryFileArg;
 
 /// A tree shaped like the tool's.
 struct Tree {

@@ -176,13 +176,15 @@ TEST(ClCommandFileTokenizer, ErrorTable) {
       ADD_FAILURE() << C.Name << ": no error";
     } catch (const ClLine::UnmatchedQuoteError &E) {
       EXPECT_TRUE(C.Quote) << C.Name;
-      EXPECT_STREQ(E.what(), "Missing closing quote in command file");
+      EXPECT_EQ(E.Message(), ClLineMessage::UnmatchedQuote);
+      EXPECT_TRUE(E.FillIns().empty());
       EXPECT_EQ(E.FileName(), "f.xcl");
       EXPECT_EQ(E.Place().Position.LineIndex() + 1, C.Line) << C.Name;
       EXPECT_EQ(E.Place().Position.Column(), C.Column) << C.Name;
     } catch (const ClLine::UnmatchedSlashStarError &E) {
       EXPECT_FALSE(C.Quote) << C.Name;
-      EXPECT_STREQ(E.what(), "Comment unclosed at end of command file");
+      EXPECT_EQ(E.Message(), ClLineMessage::UnmatchedSlashStar);
+      EXPECT_TRUE(E.FillIns().empty());
       EXPECT_EQ(E.Place().Position.LineIndex() + 1, C.Line) << C.Name;
       EXPECT_EQ(E.Place().Position.Column(), C.Column) << C.Name;
     }
@@ -310,8 +312,8 @@ TEST(ClReadCommandFile, EveryEncodingGivesTheErrorsOfPlainUtf8) {
         ADD_FAILURE() << C.Name << " in " << GeTextEncoding::Name(E)
                       << ": no error";
       } catch (const ClLine::ErrorBase &Error) {
-        EXPECT_EQ(Error.Tag(),
-                  C.Quote ? ClMsg::UnmatchedQuote : ClMsg::UnmatchedSlashStar)
+        EXPECT_EQ(Error.Message(), C.Quote ? ClLineMessage::UnmatchedQuote
+                                           : ClLineMessage::UnmatchedSlashStar)
             << C.Name << " in " << GeTextEncoding::Name(E);
         EXPECT_EQ(Error.Place().Position.Line(), C.Line) << C.Name;
         EXPECT_EQ(Error.Place().Position.Column(), C.Column) << C.Name;
@@ -358,7 +360,8 @@ TEST(ClReadCommandFile, MalformedUtf16IsAFileThatCannotBeOpened) {
       ADD_FAILURE() << C.Name << ": no error";
     } catch (const ClLine::CommandFileNotFound &E) {
       EXPECT_EQ(E.FileName(), "bad.xcl") << C.Name;
-      EXPECT_STREQ(E.what(), "Unable to open the command file \"bad.xcl\"");
+      EXPECT_EQ(E.Message(), ClLineMessage::CommandFileNotFound) << C.Name;
+      EXPECT_EQ(E.FillIns(), std::vector<std::string>{"bad.xcl"}) << C.Name;
     }
   }
 }

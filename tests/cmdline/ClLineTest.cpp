@@ -155,14 +155,12 @@ TEST(ClLineWalk, ParameterWithInitialDashIsRefused) {
     ClLine(Strings{"-o", "-x"}).Walk(T.Root);
     FAIL() << "no error";
   } catch (const ClLine::ParaBeginsWithMinusError &E) {
-    EXPECT_STREQ(E.what(), "The parameter to the command line option \"-o\" "
-                           "was \"-x\", which has an initial \"-\". If that "
-                           "is desired, use an initial \"---\" instead");
+    EXPECT_EQ(E.Message(), ClLineMessage::ParaBeginsWithMinus);
+    EXPECT_EQ(E.FillIns(), (Strings{"-o", "-x"}));
     EXPECT_EQ(E.Option().Text, "-o");
     EXPECT_EQ(E.Parameter().Text, "-x");
     EXPECT_EQ(E.Parameter().Place.ArgIndex, 2);
     EXPECT_EQ(E.Place().ArgIndex, 1);
-    EXPECT_EQ(E.Tag(), ClMsg::ParaBeginsWithMinus);
   }
 }
 
@@ -202,9 +200,10 @@ TEST(ClLineWalk, UnknownOptionsAreReportedTogetherAfterTheWalk) {
   } catch (const ClLine::UnmatchedError &E) {
     EXPECT_EQ(Texts(E.Arguments()), (Strings{"-q", "--outputs", "--", "---"}));
     EXPECT_EQ(E.Arguments()[1].Place.ArgIndex, 4);
-    EXPECT_EQ(E.Tag(), ClMsg::UnexpectedArguments);
-    EXPECT_STREQ(E.what(),
-                 "Unexpected command line arguments: -q --outputs -- ---");
+    EXPECT_EQ(E.Message(), ClLineMessage::UnexpectedArguments);
+    EXPECT_EQ(E.FillIns(), (Strings{"-q", "--outputs", "--", "---"}));
+    EXPECT_STREQ(E.what(), "command-line message 2 \"-q\" \"--outputs\" "
+                           "\"--\" \"---\"");
     EXPECT_TRUE(E.Place().IsNone());
   }
 }
@@ -462,9 +461,8 @@ TEST(ClLineCommandFile, FileNamingItselfIsRecursion) {
     FAIL() << "no error";
   } catch (const ClLine::CommandFileRecursionError &E) {
     EXPECT_EQ(E.FileName(), "a");
-    EXPECT_STREQ(E.what(), "Command file recursion. A request to process "
-                           "\"a\" was found while already processing that "
-                           "file");
+    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileRecursion);
+    EXPECT_EQ(E.FillIns(), Strings{"a"});
     EXPECT_EQ(E.Place().Position.Line(), 2u);
     EXPECT_EQ(E.Place().Position.Column(), 3u);
   }
@@ -506,9 +504,8 @@ TEST(ClLineCommandFile, RecursionIsFoundByIdentityAndNamedAsRequested) {
     FAIL() << "no error";
   } catch (const ClLine::CommandFileRecursionError &E) {
     EXPECT_EQ(E.FileName(), "./a");
-    EXPECT_STREQ(E.what(), "Command file recursion. A request to process "
-                           "\"./a\" was found while already processing that "
-                           "file");
+    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileRecursion);
+    EXPECT_EQ(E.FillIns(), Strings{"./a"});
     EXPECT_EQ(E.Place().Position.Line(), 2u);
     EXPECT_EQ(E.Place().Position.Column(), 2u);
   }
@@ -564,7 +561,8 @@ TEST(ClLineCommandFile, MalformedUtf16IsPlacedAtTheOption) {
     ClLine(Strings{"-f", "outer"}).Walk(T.Root);
     FAIL() << "no error";
   } catch (const ClLine::CommandFileNotFound &E) {
-    EXPECT_STREQ(E.what(), "Unable to open the command file \"odd\"");
+    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileNotFound);
+    EXPECT_EQ(E.FillIns(), Strings{"odd"});
     EXPECT_EQ(E.Place().Position.Text(true), "outer\\2:8");
   }
 }
@@ -611,7 +609,9 @@ TEST(ClLineCommandFile, MissingFile) {
     FAIL() << "no error";
   } catch (const ClLine::CommandFileNotFound &E) {
     EXPECT_EQ(E.FileName(), "nope");
-    EXPECT_STREQ(E.what(), "Unable to open the command file \"nope\"");
+    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileNotFound);
+    EXPECT_EQ(E.FillIns(), Strings{"nope"});
+    EXPECT_STREQ(E.what(), "command-line message 7 \"nope\"");
     EXPECT_EQ(E.Place().ArgIndex, 2);
   }
 }
@@ -637,7 +637,8 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
       ClLine(Strings{"-f", "q"}).Walk(T.Root);
       FAIL() << "no error";
     } catch (const ClLine::UnmatchedQuoteError &E) {
-      EXPECT_STREQ(E.what(), "Missing closing quote in command file");
+      EXPECT_EQ(E.Message(), ClLineMessage::UnmatchedQuote);
+      EXPECT_TRUE(E.FillIns().empty());
       EXPECT_EQ(E.FileName(), "q");
       EXPECT_EQ(E.Place().Position.File()->Name(), "q");
       EXPECT_EQ(E.Place().Position.Line(), 2u);
@@ -651,7 +652,8 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
       ClLine(Strings{"-f", "s"}).Walk(T.Root);
       FAIL() << "no error";
     } catch (const ClLine::UnmatchedSlashStarError &E) {
-      EXPECT_STREQ(E.what(), "Comment unclosed at end of command file");
+      EXPECT_EQ(E.Message(), ClLineMessage::UnmatchedSlashStar);
+      EXPECT_TRUE(E.FillIns().empty());
       EXPECT_EQ(E.Place().Position.Line(), 1u);
       EXPECT_EQ(E.Place().Position.Column(), 7u);
     }

@@ -6,6 +6,7 @@
 #include "cmdline/ClHelp.h"
 #include "cmdline/ClParser.h"
 #include "console/MsDependFileArg.h"
+#include "console/MsConsoleConcrete.h"
 #include "setup/SuCommandFileArg.h"
 
 #include <gtest/gtest.h>
@@ -65,7 +66,8 @@ TEST(DgDescribeOption, ValueKinds) {
 }
 
 TEST(DgDescribeOption, CommandFileTakesTheOptionsExtension) {
-  const DgOption Framework = DgDescribeOption(SuCommandFileArg());
+  MsConsoleConcrete Console;
+  const DgOption Framework = DgDescribeOption(SuCommandFileArg(Console));
   EXPECT_EQ(Framework.Kind, DgValueKind::CommandFile);
   EXPECT_EQ(Framework.DefaultExtension, ".xcl");
   EXPECT_EQ(Framework.ShortName, 'f');

@@ -41,9 +41,10 @@ int main(int Argc, char **Argv) {
     return WtConsoleAgent::Current() == nullptr ? 0 : 65;
   }
   if (std::strcmp(Mode, "fatal") == 0) {
-    if (!WtInstallConsoleAgent("--IDE2"))
+    MsConsole &Console = MsGetConsole();
+    if (!WtInstallConsoleAgent("--IDE2", Console))
       return 66;
-    MsGetConsole().ReportFatalText("probe ", "boom");
+    Console.ReportFatalText("probe ", "boom");
   }
   return 64;
 }

@@ -117,19 +117,25 @@ TEST_F(WtInstallTest, UninstallRestoresTheHumanForm) {
   EXPECT_EQ(Console.Summary(Summary), 0);
 }
 
-TEST(WtInstallProcessConsole, InstallsOnTheProcessWideConsole) {
+TEST(WtInstallOwnConsole, InstallsOnTheConsoleItIsHanded) {
   std::ostringstream Captured;
   std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
-  EXPECT_FALSE(WtInstallConsoleAgent("--ide"));
-  ASSERT_TRUE(WtInstallConsoleAgent("--IDE"));
-  EXPECT_FALSE(WtInstallConsoleAgent("--IDE"));
-  MsConsole &Console = MsGetConsole();
-  Console.Start();
-  Console.WriteTextLine("shown as type 3");
+  std::ostringstream FirstErr, FirstOut, SecondErr, SecondOut;
+  MsConsoleConcrete First(FirstErr, FirstOut);
+  MsConsoleConcrete Second(SecondErr, SecondOut);
+  EXPECT_FALSE(WtInstallConsoleAgent("--ide", First));
+  ASSERT_TRUE(WtInstallConsoleAgent("--IDE", First));
+  // One agent per process, whichever console asks.
+  EXPECT_FALSE(WtInstallConsoleAgent("--IDE", Second));
+  First.Start();
+  First.WriteTextLine("shown as type 3");
+  Second.Start();
+  Second.WriteTextLine("plain");
   EXPECT_EQ(Captured.str(),
             "$$TOOL_BEGIN $$VERSION \"1\" $$MSG_BEGIN $$MSG_POS \"0\" \"0\" "
             "\"0\" \"0\" $$TYPE \"3\" $$TOOL_END \n");
-  WtUninstallConsoleAgent(Console);
+  EXPECT_EQ(SecondOut.str(), "plain\n");
+  WtUninstallConsoleAgent(First);
   std::cout.rdbuf(Saved);
 }
 

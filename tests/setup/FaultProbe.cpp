@@ -179,6 +179,8 @@ int main(int Argc, char **Argv) {
 #else
   GeSetInternalFailureHandler(&PrintInternalFailure);
 #endif
+  // A program of its own: it takes the process's console, as a tool's main
+  // object does, and hands it to the run function.
   ProbeMain Main;
-  return SuRun(Argc, Argv, Main);
+  return SuRun(Argc, Argv, Main, MsGetConsole());
 }

@@ -1,7 +1,7 @@
 // Texts and report operations of the unexpected-failure reports.
 #include "setup/SuErrFun.h"
 
-#include "console/MsConsole.h"
+#include "console/MsConsoleConcrete.h"
 #include "general/GeInternalFailure.h"
 
 #include <gtest/gtest.h>
@@ -179,18 +179,22 @@ TEST(SuInternalErrorExitTest, EndsTheProcessWithStatusOne) {
 }
 
 TEST(NoMoreMemoryTest, IsOneStaticInstance) {
-  EXPECT_EQ(&NoMoreMemory::Instance(), &NoMoreMemory::Instance());
+  MsConsoleConcrete First;
+  MsConsoleConcrete Second;
+  EXPECT_EQ(&NoMoreMemory::Instance(First), &NoMoreMemory::Instance(Second));
 }
 
 TEST(NoMoreMemoryTest, IssuesTheConsolesMessageAndReturns) {
-  MsConsole &Console = MsGetConsole();
   std::ostringstream Errors;
-  Console.SetErrorStream(Errors);
-  ErrFun &Report = NoMoreMemory::Instance();
+  std::ostringstream Out;
+  MsConsoleConcrete Console(Errors, Out);
+  MsConsoleConcrete Other(Errors, Out);
+  NoMoreMemory::Instance(Other);
+  ErrFun &Report = NoMoreMemory::Instance(Console);
   Report.Report();
-  Console.SetErrorStream(std::cerr);
   EXPECT_EQ(Errors.str(), "Out of memory\n");
   EXPECT_TRUE(Console.IsAborted());
+  EXPECT_FALSE(Other.IsAborted());
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 // its own.
 #include "setup/SuRun.h"
 
+#include "console/MsConsoleConcrete.h"
 #include "general/GeInternalFailure.h"
 
 #include <gtest/gtest.h>
@@ -65,7 +66,8 @@ int RunFailing(bool Standard) {
   std::string Program = "prog";
   char *Argv[] = {Program.data(), nullptr};
   ThrowingMain Main(Standard);
-  const int Status = SuRun(1, Argv, Main);
+  MsConsoleConcrete Console;
+  const int Status = SuRun(1, Argv, Main, Console);
   FailAllocations = false;
   return Status;
 }
@@ -101,7 +103,8 @@ TEST_F(SuReportSlotTest, WithMemoryTheSameFailuresAreReported) {
       throw std::runtime_error("boom");
     }
   } Main;
-  EXPECT_EQ(SuRun(1, Argv, Main), 3);
+  MsConsoleConcrete Console;
+  EXPECT_EQ(SuRun(1, Argv, Main, Console), 3);
   EXPECT_EQ(ReportCount, 1);
 }
 

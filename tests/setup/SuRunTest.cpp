@@ -2,7 +2,8 @@
 // installer hook, the new-handler and the line-buffered standard output.
 #include "setup/SuRun.h"
 
-#include "console/MsConsole.h"
+#include "console/MsConsoleConcrete.h"
+#include "ideagent/WtInstall.h"
 #include "general/GeInternalFailure.h"
 #include "general/GeStreamAdaptors.h"
 
@@ -53,11 +54,15 @@ private:
   std::vector<char *> Pointers;
 };
 
+/// Runs Body as the main object's run, on Console when given, else on a
+/// console of the run's own.
 int RunMain(std::function<std::int32_t(int, char **)> Body,
-            std::initializer_list<const char *> Texts = {"prog"}) {
+            std::initializer_list<const char *> Texts = {"prog"},
+            MsConsole *Console = nullptr) {
   Arguments Args(Texts);
   FunctionMain Main(std::move(Body));
-  return SuRun(Args.Count(), Args.Vector(), Main);
+  MsConsoleConcrete Own;
+  return SuRun(Args.Count(), Args.Vector(), Main, Console ? *Console : Own);
 }
 
 std::vector<std::string> Reported;
@@ -74,12 +79,14 @@ protected:
   void SetUp() override {
     Reported.clear();
     Previous = GeSetInternalFailureHandler(&RecordAndThrow);
+    Installer = SuSetIdeAgentInstaller(nullptr);
   }
   void TearDown() override {
     GeSetInternalFailureHandler(Previous);
-    SuSetIdeAgentInstaller(nullptr);
+    SuSetIdeAgentInstaller(Installer);
   }
   GeInternalFailureHandler Previous = nullptr;
+  SuIdeAgentInstaller Installer = nullptr;
 };
 
 TEST_F(SuRunTest, StatusIsTheMainObjectsResult) {
@@ -144,12 +151,14 @@ TEST_F(SuRunTest, ProcessorFaultIsReportedByItsCode) {
 
 TEST_F(SuRunTest, BadAllocGivesTheOutOfMemoryMessageAndThree) {
   std::ostringstream Errors;
-  MsGetConsole().SetErrorStream(Errors);
+  std::ostringstream Out;
+  MsConsoleConcrete Console(Errors, Out);
   const int Status = RunMain(
-      [](int, char **) -> std::int32_t { throw MsConsole::BadAlloc(); });
-  MsGetConsole().SetErrorStream(std::cerr);
+      [](int, char **) -> std::int32_t { throw MsConsole::BadAlloc(); },
+      {"prog"}, &Console);
   EXPECT_EQ(Status, 3);
   EXPECT_EQ(Errors.str(), "Out of memory\n");
+  EXPECT_EQ(Out.str(), "");
   EXPECT_TRUE(Reported.empty());
 }
 
@@ -170,8 +179,11 @@ TEST_F(SuRunTest, StandardOutputIsLineBufferedOncePerProcess) {
 
 std::vector<std::string> Offered;
 
-bool TakeIde2(const std::string &First) {
+MsConsole *OfferedConsole = nullptr;
+
+bool TakeIde2(const std::string &First, MsConsole &Console) {
   Offered.push_back(First);
+  OfferedConsole = &Console;
   return First == "--IDE2";
 }
 
@@ -223,6 +235,21 @@ TEST_F(SuRunTest, WithoutInstallerNothingIsRemoved) {
 TEST_F(SuRunTest, InstallerExchangeAnswersThePrevious) {
   EXPECT_EQ(SuSetIdeAgentInstaller(&TakeIde2), nullptr);
   EXPECT_EQ(SuSetIdeAgentInstaller(nullptr), &TakeIde2);
+}
+
+TEST_F(SuRunTest, TheInstallerIsTheIdeAgentsUnlessReplaced) {
+  // SetUp took the run function's own installer out.
+  EXPECT_EQ(Installer, &WtInstallConsoleAgent);
+}
+
+TEST_F(SuRunTest, TheInstallerIsHandedTheRunsConsole) {
+  Offered.clear();
+  OfferedConsole = nullptr;
+  SuSetIdeAgentInstaller(&TakeIde2);
+  MsConsoleConcrete Console;
+  RunMain([](int, char **) { return 0; }, {"prog", "--IDE2"}, &Console);
+  EXPECT_EQ(Offered, std::vector<std::string>{"--IDE2"});
+  EXPECT_EQ(OfferedConsole, &Console);
 }
 
 TEST_F(SuRunTest, FaultHandlersAreGoneAfterTheRun) {

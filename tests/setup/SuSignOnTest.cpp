@@ -1,7 +1,7 @@
 // The sign-on banner lines and fake sign-on mode.
 #include "setup/SuSignOn.h"
 
-#include "console/MsConsole.h"
+#include "console/MsConsoleConcrete.h"
 
 #include <gtest/gtest.h>
 
@@ -46,10 +46,10 @@ TEST(SuSignOnTest, LinesGoToTheConsole) {
   SuBannerInputs Inputs = ToolInputs();
   Inputs.Copyright = "2016";
   const SuBanner Banner(Inputs, false);
-  Banner.HandToConsole();
-  EXPECT_EQ(MsGetConsole().SignOnTitle(), "ZOR Ruvex Check Selector V1.1.3.53");
-  EXPECT_EQ(MsGetConsole().SignOnCopyright(),
-            "Copyright 2016 Zoraxis Software AB.");
+  MsConsoleConcrete Console;
+  Banner.HandToConsole(Console);
+  EXPECT_EQ(Console.SignOnTitle(), "ZOR Ruvex Check Selector V1.1.3.53");
+  EXPECT_EQ(Console.SignOnCopyright(), "Copyright 2016 Zoraxis Software AB.");
 }
 
 TEST(SuSignOnTest, PrefixAndTarget) {
@@ -63,6 +63,10 @@ TEST(SuSignOnTest, PrefixAndTarget) {
   Inputs.Prefix.clear();
   EXPECT_EQ(SuTitleLine(Inputs, false),
             "ZOR Ruvex Check Selector V1.1.3.53 for ARM");
+  Inputs.Prefix = "Embedded";
+  Inputs.Target.clear();
+  EXPECT_EQ(SuTitleLine(Inputs, false),
+            "ZOR Embedded Ruvex Check Selector V1.1.3.53");
 }
 
 TEST(SuSignOnTest, EmptyNameAndVersion) {
