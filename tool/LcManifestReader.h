@@ -94,6 +94,9 @@ private:
 /// (LcByteMasks), and passes every other line by without a loop over its
 /// bytes.
 ///
+/// The input, the buffer and the record rules are in LcManifestReader.cpp;
+/// the skimming loops, one per kind of masks, in LcManifestSkimmer.cpp.
+///
 /// The reader owns the file it opens; a stream handed to it is borrowed and
 /// must outlive the reader or its Close. While reading, the stream's
 /// exception mask is badbit; Close restores it. A stream that is not good
