@@ -185,12 +185,12 @@ mawk_row fivebig "$mawk_runs" "$big" "$five_passes"
 load_end=$(cut -d' ' -f1-3 /proc/loadavg)
 
 sample_records=$(awk 'BEGIN { RS = "" } END { print NR }' "$sample")
-mawk_version=$(mawk -W version 2>&1 | head -1)
+mawk_version=$(mawk -W version 2>&1 | sed -n 1p)
 big_bytes=$(stat -c %s "$big")
 
 echo "chksel whole-process benchmark, $(date -u '+%Y-%m-%d %H:%M UTC')," \
   "$(nproc) cores, load average $load_start at start, $load_end at end"
-echo "$mawk_version; $(wc --version | head -1)"
+echo "$mawk_version; $(wc --version | sed -n 1p)"
 echo
 
 awk -v big="$big_records" -v bigbytes="$big_bytes" \

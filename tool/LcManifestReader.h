@@ -3,6 +3,7 @@
 #define TOOL_LCMANIFESTREADER_H
 
 #include "tool/LcByteMasks.h"
+#include "tool/LcKeyFilter.h"
 
 #include <array>
 #include <bitset>
@@ -64,45 +65,6 @@ private:
   std::size_t Room = 0;
 };
 
-/// Which attributes a reader keeps in its records: those whose key has one of
-/// the filter's lengths and begins with one of the bytes given with that
-/// length. A default-made filter keeps every attribute; the first Keep makes
-/// it keep only what Keep names. The attributes a filter leaves out still
-/// count for the record rules (a line that is a valid attribute makes the
-/// record non-empty, so an empty line after it ends the record), so a filter
-/// changes what a record holds, never where records begin or end.
-class LcKeyFilter {
-public:
-  /// Keeps, besides what the filter keeps already, the attributes whose key
-  /// is Length bytes long and begins with a byte B for which Initials[B] is
-  /// set.
-  void Keep(std::size_t Length, const std::bitset<256> &Initials);
-
-  bool KeepsAll() const { return All; }
-  /// Whether an attribute whose key is Key is kept.
-  bool Keeps(std::string_view Key) const {
-    if (All)
-      return true;
-    if (Key.empty())
-      return false;
-    if (Key.size() < ShortKeys)
-      return Short[Key.size()][static_cast<unsigned char>(Key[0])];
-    return KeepsLong(Key);
-  }
-
-private:
-  friend class LcManifestReader;
-  bool KeepsLong(std::string_view Key) const;
-
-  /// Keys shorter than this are looked up by length.
-  static constexpr std::size_t ShortKeys = 64;
-  bool All = true;
-  /// The initials kept for each key length below ShortKeys.
-  std::array<std::bitset<256>, ShortKeys> Short;
-  /// The initials kept for longer keys, by length.
-  std::vector<std::pair<std::size_t, std::bitset<256>>> Long;
-};
-
 /// Reads a checks manifest record by record. A record is a run of non-empty
 /// lines ended by one or more empty lines; "\n" and "\r\n" line ends are
 /// accepted; lines without "=", with an empty key or with an empty value are
@@ -134,6 +96,9 @@ private:
 /// at empty lines, found through bit masks of whole 64-byte blocks
 /// (LcByteMasks), and passes every other line by without a loop over its
 /// bytes.
+///
+/// The input, the buffer and the record rules are in LcManifestReader.cpp;
+/// the skimming loops, one per kind of masks, in LcManifestSkimmer.cpp.
 ///
 /// The reader owns the file it opens; a stream handed to it is borrowed and
 /// must outlive the reader or its Close. While reading, the stream's
@@ -265,5 +230,16 @@ private:
   };
   SkimBlock Block;
 };
+
+/// Appends the attribute Line[0, Size), split at Line[Eq], to the record.
+inline void LcManifestReader::Store(const char *Line, std::size_t Eq,
+                                    std::size_t Size) {
+  if (Record.Used == Record.Room)
+    GrowSlots();
+  LcAttribute &Slot = Record.Slots[Record.Used++];
+  Slot.Line = Line;
+  Slot.Eq = Eq;
+  Slot.Size = Size;
+}
 
 #endif
