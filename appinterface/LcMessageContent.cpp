@@ -3,7 +3,6 @@
 
 #include "console/MsFormatScanner.h"
 #include "console/MsMessageFormatter.h"
-#include "general/GeInternalFailure.h"
 
 #include <algorithm>
 #include <ostream>
@@ -21,6 +20,44 @@ LcMessageContent::LcMessageContent(std::string Format,
       Positions(std::move(PositionFillIns)), ShowGivenName(ShowGiven),
       Translator(NameTranslator), TaggedPositions(Tagged) {}
 
+class LcMessageContent::Writer : public MsFormatVisitor {
+public:
+  explicit Writer(const LcMessageContent &Owner) : Content(Owner) {}
+
+  void Text(const char *Begin, std::size_t Length) override {
+    for (const char *Ch = Begin; Ch != Begin + Length; ++Ch)
+      Content.AddChar(*Ch);
+  }
+  void String(const std::string &Value, char Modifier) override {
+    Content.AddString(Value, Modifier);
+  }
+  void Position(const DiSourceRange &Range, char Modifier) override {
+    Content.AddPosition(Range, Modifier == 'v');
+  }
+  void End() override {
+    const LayoutState &Layout = Content.Layout;
+    Content.EndWord();
+    // Blanks at the end of the text stay when they fit on the line.
+    if (Layout.Width == 0 ||
+        std::uint64_t(Layout.LineLength) + Layout.PendingBlanks <= Layout.Width)
+      Content.WriteBlanks(Layout.PendingBlanks);
+    Content.Layout.PendingBlanks = 0;
+  }
+
+private:
+  const LcMessageContent &Content;
+};
+
+namespace {
+// One text for a missing fill-in of either kind.
+const char *const NotProvided =
+    "LcConsoleApplicationInterface: needed diagnostic fill-in not provided";
+const MsFillInFailureTexts Failures = {
+    NotProvided, NotProvided,
+    "LcConsoleApplicationInterface: Provided diagnostic fill-in was not "
+    "used: s"};
+} // namespace
+
 void LcMessageContent::Write(std::ostream &Out, std::uint32_t StartColumn,
                              std::uint16_t Width, std::uint32_t Indent) const {
   Layout = LayoutState();
@@ -30,76 +67,8 @@ void LcMessageContent::Write(std::ostream &Out, std::uint32_t StartColumn,
   Layout.LineLength = StartColumn;
   Layout.LineStart = std::min(StartColumn, Indent);
 
-  std::vector<bool> StringUsed(Strings.size(), false);
-  std::vector<bool> PositionUsed(Positions.size(), false);
-  MsFormatScanner Scanner(FormatText);
-  MsFormatItem Item;
-  while (Scanner.Next(Item)) {
-    switch (Item.Type) {
-    case MsFormatItem::Text:
-      for (std::size_t I = Item.Begin; I < Item.Begin + Item.Length; ++I)
-        AddChar(FormatText[I]);
-      break;
-    case MsFormatItem::Percent:
-      AddChar('%');
-      break;
-    case MsFormatItem::String: {
-      if (Item.Index >= Strings.size())
-        GeInternalFailure("LcConsoleApplicationInterface: needed diagnostic "
-                          "fill-in not provided");
-      StringUsed[Item.Index] = true;
-      const std::string &S = Strings[Item.Index];
-      if (Item.Modifier == 'q') {
-        Layout.Word += '"';
-        Layout.Word += S;
-        Layout.Word += '"';
-      } else if (Item.Modifier == 'u') {
-        std::string Name =
-            Translator && Translator->Accepts(S) ? Translator->Translate(S) : S;
-        Layout.Word += '"';
-        Layout.Word += Name;
-        Layout.Word += '"';
-        if (ShowGivenName && Name != S) {
-          EndWord();
-          ++Layout.PendingBlanks;
-          Layout.Word += '(';
-          Layout.Word += S;
-          Layout.Word += ')';
-        }
-      } else {
-        AddText(S);
-      }
-      break;
-    }
-    case MsFormatItem::Position:
-      if (Item.Index >= Positions.size())
-        GeInternalFailure("LcConsoleApplicationInterface: needed diagnostic "
-                          "fill-in not provided");
-      PositionUsed[Item.Index] = true;
-      AddPosition(Positions[Item.Index], Item.Modifier == 'v');
-      break;
-    case MsFormatItem::BadLetter:
-      GeInternalFailure("Unrecognized error format char");
-    }
-  }
-  EndWord();
-  // Blanks at the end of the text stay when they fit on the line.
-  if (Layout.Width == 0 ||
-      std::uint64_t(Layout.LineLength) + Layout.PendingBlanks <= Layout.Width)
-    WriteBlanks(Layout.PendingBlanks);
-  Layout.PendingBlanks = 0;
-
-  for (std::size_t I = 0; I < Strings.size(); ++I)
-    if (!StringUsed[I])
-      GeInternalFailure("LcConsoleApplicationInterface: Provided diagnostic "
-                        "fill-in was not used: s" +
-                        std::to_string(I + 1) + " (\"" + Strings[I] + "\")");
-  for (std::size_t I = 0; I < Positions.size(); ++I)
-    if (!PositionUsed[I])
-      GeInternalFailure("LcConsoleApplicationInterface: Provided diagnostic "
-                        "fill-in was not used: s" +
-                        std::to_string(I + 1) + " (\"" +
-                        Positions[I].Start.Text(true) + "\")");
+  Writer Pieces(*this);
+  MsWalkFormat(FormatText, Strings, Positions, Failures, Pieces);
   Layout.Out = nullptr;
 }
 
@@ -127,6 +96,31 @@ void LcMessageContent::AddChar(char Ch) const {
     }
   } else {
     Layout.Word += Ch;
+  }
+}
+
+void LcMessageContent::AddString(const std::string &Value,
+                                 char Modifier) const {
+  if (Modifier == 'q') {
+    Layout.Word += '"';
+    Layout.Word += Value;
+    Layout.Word += '"';
+  } else if (Modifier == 'u') {
+    const std::string Name = Translator && Translator->Accepts(Value)
+                                 ? Translator->Translate(Value)
+                                 : Value;
+    Layout.Word += '"';
+    Layout.Word += Name;
+    Layout.Word += '"';
+    if (ShowGivenName && Name != Value) {
+      EndWord();
+      ++Layout.PendingBlanks;
+      Layout.Word += '(';
+      Layout.Word += Value;
+      Layout.Word += ')';
+    }
+  } else {
+    AddText(Value);
   }
 }
 

@@ -86,8 +86,12 @@ private:
     std::uint32_t LineStart = 0;
   };
 
+  /// Lays the pieces of the format out into the word builder.
+  class Writer;
+
   void AddChar(char Ch) const;
   void AddText(const std::string &Text) const;
+  void AddString(const std::string &Value, char Modifier) const;
   void EndWord() const;
   void PlaceSegment(const char *Text, std::size_t Length) const;
   void WriteBlanks(std::uint32_t Count) const;

@@ -2,9 +2,12 @@
 #ifndef CONSOLE_MSFORMATSCANNER_H
 #define CONSOLE_MSFORMATSCANNER_H
 
+#include "sourcepos/DiSourcePosition.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 /// One piece of a format text.
 struct MsFormatItem {
@@ -45,5 +48,38 @@ private:
   std::size_t At = 0;
   bool Done = false;
 };
+
+/// What a message content makes of the pieces of its format. MsWalkFormat
+/// hands it the pieces in order, with the fill-ins already looked up.
+class MsFormatVisitor {
+public:
+  virtual ~MsFormatVisitor();
+  /// Literal characters; "%%" comes as one "%".
+  virtual void Text(const char *Begin, std::size_t Length) = 0;
+  /// A string fill-in with its modifier ('q', 'u' or 0).
+  virtual void String(const std::string &Value, char Modifier) = 0;
+  /// A position fill-in with its modifier ('v' or 0).
+  virtual void Position(const DiSourceRange &Range, char Modifier) = 0;
+  /// The format is done; called before the unused fill-ins are looked for.
+  virtual void End() {}
+};
+
+/// The internal-failure texts of one kind of message content.
+struct MsFillInFailureTexts {
+  const char *MissingString;
+  const char *MissingPosition;
+  /// Followed by the fill-in's number (counted from 1, after an "s" for
+  /// either kind) and its text in double quotes and parentheses.
+  const char *Unused;
+};
+
+/// Walks Format left to right, handing its pieces to Visitor. A reference to
+/// a fill-in that was not provided, a "%" followed by another letter, and at
+/// the end a provided fill-in that no reference selected, are defects of the
+/// issuing code: they go to the internal-failure exit with a text of Texts.
+void MsWalkFormat(const std::string &Format,
+                  const std::vector<std::string> &Strings,
+                  const std::vector<DiSourceRange> &Positions,
+                  const MsFillInFailureTexts &Texts, MsFormatVisitor &Visitor);
 
 #endif

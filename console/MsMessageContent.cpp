@@ -3,7 +3,6 @@
 
 #include "console/MsFormatScanner.h"
 #include "console/MsMessageFormatter.h"
-#include "general/GeInternalFailure.h"
 
 #include <ostream>
 #include <sstream>
@@ -29,52 +28,37 @@ void MsPlainMessageContent::WriteUnwrapped(std::ostream &Out) const {
   Out << Text();
 }
 
-std::string MsPlainMessageContent::Text() const {
-  std::string Result;
-  std::vector<bool> StringUsed(Strings.size(), false);
-  std::vector<bool> PositionUsed(Positions.size(), false);
-  MsFormatScanner Scanner(Format);
-  MsFormatItem Item;
-  while (Scanner.Next(Item)) {
-    switch (Item.Type) {
-    case MsFormatItem::Text:
-      Result.append(Format, Item.Begin, Item.Length);
-      break;
-    case MsFormatItem::Percent:
-      Result += '%';
-      break;
-    case MsFormatItem::String: {
-      if (Item.Index >= Strings.size())
-        GeInternalFailure("MsConsole: missing string substitution");
-      StringUsed[Item.Index] = true;
-      const std::string &S = Strings[Item.Index];
-      if (Item.Modifier)
-        Result += '"' + S + '"';
-      else
-        Result += S;
-      break;
-    }
-    case MsFormatItem::Position: {
-      if (Item.Index >= Positions.size())
-        GeInternalFailure("MsConsole: missing source position substitution");
-      PositionUsed[Item.Index] = true;
-      const DiSourceRange &R = Positions[Item.Index];
-      Result += Item.Modifier ? MsMessageFormatter::VerbosePositionText(R)
-                              : MsMessageFormatter::PlainPositionText(R);
-      break;
-    }
-    case MsFormatItem::BadLetter:
-      GeInternalFailure("Unrecognized error format char");
-    }
+namespace {
+
+/// Writes a plain content's pieces one after the other into a string.
+class PlainText : public MsFormatVisitor {
+public:
+  void Text(const char *Begin, std::size_t Length) override {
+    Result.append(Begin, Length);
   }
-  for (std::size_t I = 0; I < Strings.size(); ++I)
-    if (!StringUsed[I])
-      GeInternalFailure("MsConsole: unused string substitution s" +
-                        std::to_string(I + 1) + " (\"" + Strings[I] + "\")");
-  for (std::size_t I = 0; I < Positions.size(); ++I)
-    if (!PositionUsed[I])
-      GeInternalFailure("MsConsole: unused string substitution s" +
-                        std::to_string(I + 1) + " (\"" +
-                        Positions[I].Start.Text(true) + "\")");
-  return Result;
+  void String(const std::string &Value, char Modifier) override {
+    if (Modifier)
+      Result += '"' + Value + '"';
+    else
+      Result += Value;
+  }
+  void Position(const DiSourceRange &Range, char Modifier) override {
+    Result += Modifier ? MsMessageFormatter::VerbosePositionText(Range)
+                       : MsMessageFormatter::PlainPositionText(Range);
+  }
+
+  std::string Result;
+};
+
+const MsFillInFailureTexts PlainFailures = {
+    "MsConsole: missing string substitution",
+    "MsConsole: missing source position substitution",
+    "MsConsole: unused string substitution s"};
+
+} // namespace
+
+std::string MsPlainMessageContent::Text() const {
+  PlainText Out;
+  MsWalkFormat(Format, Strings, Positions, PlainFailures, Out);
+  return std::move(Out.Result);
 }
