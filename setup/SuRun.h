@@ -20,6 +20,9 @@
 //  - the workbench handler and the IDE agent (ideagent/): the protocol's exit
 //    marker is written by an exit-time handler, after every stack frame is
 //    gone, so the agent must outlive the run.
+//  - the default disk (GeDefaultDisk, general/): the real file system for the
+//    process-wide console's output files; it holds no state, and is never
+//    destroyed, as dependency lists are dropped by exit-time handlers.
 //  - the output-opened flag (tool/LcSelection): the first selection pass
 //    that opens the selected-checks file truncates it, later passes append.
 //  - the column-tracking registry (GeStreamAdaptors, general/): maps a target
