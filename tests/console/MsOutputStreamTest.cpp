@@ -5,8 +5,7 @@
 #include "console/MsConsoleConcrete.h"
 #include "console/MsMessages.h"
 #include "console/MsTempFileRegistry.h"
-#include "tests/console/MsConsoleTestSupport.h"
-#include "tests/console/MsFileTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

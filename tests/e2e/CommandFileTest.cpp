@@ -5,7 +5,7 @@
 // about files in deep folders.
 #include "E2eSupport.h"
 
-#include "tests/general/GeTextEncodingSupport.h"
+#include "tests/support/GeTextEncodingSupport.h"
 
 #include <gtest/gtest.h>
 

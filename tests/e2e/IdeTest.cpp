@@ -5,7 +5,7 @@
 // byte with its golden text.
 #include "E2eSupport.h"
 
-#include "tests/ideagent/WtProtocolParser.h"
+#include "tests/support/WtProtocolParser.h"
 
 #include <gtest/gtest.h>
 

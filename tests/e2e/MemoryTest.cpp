@@ -8,7 +8,7 @@
 // new-handler.
 #include "E2eSupport.h"
 
-#include "tests/ideagent/WtProtocolParser.h"
+#include "tests/support/WtProtocolParser.h"
 
 #include <gtest/gtest.h>
 

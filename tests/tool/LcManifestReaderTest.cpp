@@ -7,7 +7,7 @@
 
 #include "console/MsConsole.h"
 #include "console/MsConsoleConcrete.h"
-#include "tests/tool/LcReferenceReader.h"
+#include "tests/support/LcReferenceReader.h"
 #include "tests/tool/LcToolTestSupport.h"
 
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 // file that keeps its text in memory, and a strict reader of the three list
 // shapes that undoes the make escaping, so that a list can be read back into
 // the names that were written.
-#ifndef TESTS_CONSOLE_MSDEPENDLISTSUPPORT_H
-#define TESTS_CONSOLE_MSDEPENDLISTSUPPORT_H
+#ifndef TESTS_SUPPORT_MSDEPENDLISTSUPPORT_H
+#define TESTS_SUPPORT_MSDEPENDLISTSUPPORT_H
 
 #include "console/MsDependFileArg.h"
 #include "console/MsOutputStream.h"
