@@ -24,6 +24,29 @@ extern char **environ;
 
 namespace e2e {
 
+RunOptions FolderTest::Here() const {
+  RunOptions Options;
+  Options.Cwd = Dir.Root().string();
+  return Options;
+}
+
+RunResult FolderTest::RunHere(const std::vector<std::string> &Args) const {
+  return RunChksel(Args, Here());
+}
+
+std::string FolderTest::Read(const std::string &Name) const {
+  return ReadFile(Dir.Path(Name));
+}
+
+void FolderTest::Write(const std::string &Name,
+                       const std::string &Bytes) const {
+  WriteFile(Dir.Path(Name), Bytes);
+}
+
+std::set<std::string> FolderTest::Names(const std::string &Folder) const {
+  return NamesIn((Dir.Root() / Folder).string());
+}
+
 const char TwoCheckManifest[] = "checkname=Alpha\n"
                                 "package=P\n"
                                 "\n"

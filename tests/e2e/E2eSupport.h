@@ -7,6 +7,8 @@
 
 #include "tests/support/TestFiles.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -124,6 +126,21 @@ long long ModifiedNs(const std::string &Path);
 /// that Path is newer than Reference and older than any file written after
 /// the call returns, even on coarse file clocks.
 void TouchAfter(const std::string &Path, const std::string &Reference);
+
+/// A test in a temporary folder of its own, in which chksel runs.
+class FolderTest : public ::testing::Test {
+protected:
+  /// Options that run a program in the folder.
+  RunOptions Here() const;
+  /// Runs chksel in the folder.
+  RunResult RunHere(const std::vector<std::string> &Args) const;
+  std::string Read(const std::string &Name) const;
+  void Write(const std::string &Name, const std::string &Bytes) const;
+  /// Every name in Folder, a path relative to the folder.
+  std::set<std::string> Names(const std::string &Folder = "") const;
+
+  TempDir Dir;
+};
 
 /// A manifest of two checks: Alpha in package P, Beta in package Q.
 extern const char TwoCheckManifest[];
