@@ -104,8 +104,8 @@ inline std::vector<std::string> ReadDependList(MsDependStyle Style,
       const std::string &Head = Lines[0];
       const std::string HeadEnd = ":  \\";
       if (Head.size() < HeadEnd.size() ||
-          Head.compare(Head.size() - HeadEnd.size(), HeadEnd.size(),
-                       HeadEnd) != 0)
+          Head.compare(Head.size() - HeadEnd.size(), HeadEnd.size(), HeadEnd) !=
+              0)
         throw DependListError("rule head without \":  \\\": \"" + Head + "\"");
       if (UnescapeMake(Head.substr(0, Head.size() - HeadEnd.size())) != Target)
         throw DependListError("rule of another target: \"" + Head + "\"");
