@@ -4,11 +4,11 @@
 #   cmake -DROOT=<tree> -DLAYERS=<lowest>,...,<highest> -P CheckLayers.cmake
 #
 # In every folder <layer> of ROOT, a file that includes "<other>/..." where
-# <other> is a later layer is reported, and so is a target_link_libraries
-# call in <layer>/CMakeLists.txt that names a later layer (plain or as
-# chksel::<other>). The rows of the table in the README's "## Layout" section
-# must name the folders "<layer>/" in the order of LAYERS. Every problem is
-# printed; the script fails when there is one.
+# <other> is a later layer is reported, and so is one that includes "../..."
+# and a target_link_libraries call in <layer>/CMakeLists.txt that names a
+# later layer (plain or as chksel::<other>). The rows of the table in the
+# README's "## Layout" section must name the folders "<layer>/" in the order
+# of LAYERS. Every problem is printed; the script fails when there is one.
 if(NOT DEFINED ROOT OR NOT DEFINED LAYERS)
   message(FATAL_ERROR "usage: cmake -DROOT=<tree> -DLAYERS=a,b,... -P CheckLayers.cmake")
 endif()
@@ -18,6 +18,15 @@ set(problems 0)
 macro(report text)
   message("${text}")
   math(EXPR problems "${problems} + 1")
+endmacro()
+
+# Reports "<where> <what> <other>, above <layer>" when other is a later layer
+# than the one being checked (its index is level).
+macro(report_if_above where what other)
+  list(FIND layers "${other}" other_level)
+  if(other_level GREATER level)
+    report("${where} ${what} ${other}, above ${layer}")
+  endif()
 endmacro()
 
 foreach(layer ${layers})
@@ -32,15 +41,16 @@ foreach(layer ${layers})
   list(SORT sources)
   foreach(source ${sources})
     file(STRINGS ${ROOT}/${source} includes
-         REGEX "^[ \t]*#[ \t]*include[ \t]*[\"<][A-Za-z0-9_]+/")
+         REGEX "^[ \t]*#[ \t]*include[ \t]*[\"<][A-Za-z0-9_.]+/")
     foreach(line ${includes})
       string(REGEX REPLACE "^[ \t]*#[ \t]*include[ \t]*[\"<]([^\">]*)[\">].*$"
                            "\\1" header "${line}")
       string(REGEX REPLACE "/.*$" "" folder "${header}")
-      list(FIND layers "${folder}" other)
-      if(other GREATER level)
-        report("${source}: includes \"${header}\" of layer ${folder}, above ${layer}")
+      if(folder STREQUAL "..")
+        report("${source}: includes \"${header}\" by a path out of ${layer}")
+        continue()
       endif()
+      report_if_above("${source}:" "includes \"${header}\" of layer" ${folder})
     endforeach()
   endforeach()
 
@@ -55,10 +65,7 @@ foreach(layer ${layers})
       list(POP_FRONT arguments target)
       foreach(library ${arguments})
         string(REGEX REPLACE "^chksel::" "" library "${library}")
-        list(FIND layers "${library}" other)
-        if(other GREATER level)
-          report("${layer}/CMakeLists.txt: ${target} links ${library}, above ${layer}")
-        endif()
+        report_if_above("${layer}/CMakeLists.txt:" "${target} links" ${library})
       endforeach()
     endforeach()
   endif()

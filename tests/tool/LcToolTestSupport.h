@@ -1,6 +1,6 @@
-// Shared helpers of the tool's tests: the process-wide
-// console with the tool's table registered, and the general test support
-// under the names the tool's tests use.
+// Shared helpers of the tool's tests: the process-wide console with the
+// tool's table registered, and the general test support under the names the
+// tool's tests use.
 #ifndef TESTS_TOOL_LCTOOLTESTSUPPORT_H
 #define TESTS_TOOL_LCTOOLTESTSUPPORT_H
 
