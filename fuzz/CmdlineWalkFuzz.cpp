@@ -14,12 +14,12 @@
 #include "cmdline/ClHelp.h"
 #include "cmdline/ClLine.h"
 #include "cmdline/ClParser.h"
+#include "fuzz/FuzzSupport.h"
 #include "general/GeUnicode.h"
-#include "tests/general/GeTextEncodingSupport.h"
+#include "tests/support/GeTextEncodingSupport.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
 #include <map>
 #include <memory>
@@ -29,10 +29,7 @@
 
 namespace {
 
-void Require(bool Condition) {
-  if (!Condition)
-    std::abort();
-}
+using fuzz::Require;
 
 class MemoryFileArg : public ClCommandFileArg {
 public:
@@ -198,22 +195,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
   if (Size == 0)
     return 0;
   const std::uint8_t Mode = Data[0];
-  const std::string Input(reinterpret_cast<const char *>(Data) + 1, Size - 1);
 
   std::map<std::string, std::string> Files;
   std::vector<std::string> Args;
-  std::size_t Start = 0;
-  while (Start <= Input.size()) {
-    std::size_t End = Input.find('\0', Start);
-    if (End == std::string::npos)
-      End = Input.size();
-    std::string Piece = Input.substr(Start, End - Start);
+  for (std::string &Piece : fuzz::Pieces(Data, Size, 1)) {
     const std::size_t Equals = Piece.find('=');
     if (!Piece.empty() && Piece[0] == '@' && Equals != std::string::npos)
       Files[Piece.substr(1, Equals - 1)] = Piece.substr(Equals + 1);
     else
       Args.push_back(std::move(Piece));
-    Start = End + 1;
   }
 
   // The tokenizer alone: tokens are never empty.

@@ -11,7 +11,7 @@
 #include "console/MsConsoleConcrete.h"
 #include "console/MsDependHandler.h"
 #include "fuzz/FuzzSupport.h"
-#include "tests/console/MsDependListSupport.h"
+#include "tests/support/MsDependListSupport.h"
 
 #include <cstddef>
 #include <cstdint>

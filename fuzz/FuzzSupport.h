@@ -1,16 +1,16 @@
 // Helpers shared by the fuzz harnesses: the failure check, a scratch folder,
-// cutting an input into pieces, making fuzzed names safe to use as file names, and capturing
-// what the code under test writes to the standard streams.
+// cutting an input into pieces, making fuzzed names safe to use as file
+// names, and capturing what the code under test writes to the standard
+// streams.
 #ifndef FUZZ_FUZZSUPPORT_H
 #define FUZZ_FUZZSUPPORT_H
 
-#include "tests/tool/LcToolTestSupport.h"
+#include "tests/support/OutputCapture.h"
+#include "tests/support/TestFiles.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <iostream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -24,8 +24,8 @@ inline void Require(bool Condition) {
 
 /// A scratch folder for the whole process, removed with its contents when
 /// the process ends normally.
-inline const lctest::TempDir &ScratchFolder() {
-  static const lctest::TempDir Dir;
+inline const testsupport::TempDir &ScratchFolder() {
+  static const testsupport::TempDir Dir;
   return Dir;
 }
 
@@ -56,30 +56,7 @@ inline std::string Confined(std::string Text) {
   return Text;
 }
 
-/// Sends std::cout and std::cerr into string buffers while it lives.
-class StdStreamCapture {
-public:
-  StdStreamCapture()
-      : SavedOut(std::cout.rdbuf(Out.rdbuf())),
-        SavedErr(std::cerr.rdbuf(Err.rdbuf())) {}
-  ~StdStreamCapture() {
-    std::cout.rdbuf(SavedOut);
-    std::cerr.rdbuf(SavedErr);
-    std::cout.clear();
-    std::cerr.clear();
-  }
-  StdStreamCapture(const StdStreamCapture &) = delete;
-  StdStreamCapture &operator=(const StdStreamCapture &) = delete;
-
-  std::string OutText() const { return Out.str(); }
-  std::string ErrText() const { return Err.str(); }
-
-private:
-  std::ostringstream Out;
-  std::ostringstream Err;
-  std::streambuf *SavedOut;
-  std::streambuf *SavedErr;
-};
+using testsupport::StdStreamCapture;
 
 } // namespace fuzz
 

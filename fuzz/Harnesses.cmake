@@ -14,3 +14,14 @@ set(CHKSEL_FUZZ_LIB_UnicodeFuzz chksel::general)
 set(CHKSEL_FUZZ_LIB_DependListFuzz appinterface)
 set(CHKSEL_FUZZ_LIB_IdeProtocolFuzz ideagent)
 set(CHKSEL_FUZZ_LIB_OutputNamingFuzz setup)
+
+# Every harness may use the shared test support (tests/support). The
+# libFuzzer build has no tests folder of its own, so it is added here when
+# the including project has not added it yet.
+if(NOT TARGET chksel_test_support)
+  add_subdirectory(${CMAKE_CURRENT_LIST_DIR}/../tests/support
+                   ${CMAKE_BINARY_DIR}/test-support)
+endif()
+foreach(harness ${CHKSEL_FUZZ_HARNESSES})
+  list(APPEND CHKSEL_FUZZ_LIB_${harness} chksel_test_support)
+endforeach()

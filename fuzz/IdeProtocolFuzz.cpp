@@ -6,7 +6,7 @@
 // four positions), then pieces separated by NUL bytes: text, tag, path.
 #include "fuzz/FuzzSupport.h"
 #include "ideagent/WtProtocol.h"
-#include "tests/ideagent/WtProtocolParser.h"
+#include "tests/support/WtProtocolParser.h"
 
 #include <cstddef>
 #include <cstdint>

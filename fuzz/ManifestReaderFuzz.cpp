@@ -7,7 +7,8 @@
 // by every kind of block classification this processor runs, whole and in
 // pieces. The piece and block sizes and the filter follow from a hash of the
 // input.
-#include "tests/tool/LcReferenceReader.h"
+#include "tests/support/LcReferenceReader.h"
+#include "tests/support/PieceBuf.h"
 #include "tool/LcManifestReader.h"
 #include "tool/LcSelection.h"
 
@@ -17,7 +18,6 @@
 #include <cstdlib>
 #include <functional>
 #include <sstream>
-#include <streambuf>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,36 +26,20 @@ namespace {
 
 using lctest::Record;
 
-/// Hands out a text in pieces of 1 to 64 bytes, one piece per underflow,
-/// the sizes following from Seed.
-class PieceBuf : public std::streambuf {
-public:
-  PieceBuf(std::string Bytes, std::uint32_t Seed)
-      : Text(std::move(Bytes)), State(Seed | 1) {}
-
-protected:
-  int_type underflow() override {
-    if (gptr() != egptr())
-      return traits_type::to_int_type(*gptr());
-    if (Handed == Text.size())
-      return traits_type::eof();
+/// Piece sizes of 1 to 64 bytes following from Seed, enough to hand out
+/// Size bytes.
+std::vector<std::size_t> PieceSizes(std::size_t Size, std::uint32_t Seed) {
+  std::vector<std::size_t> Sizes;
+  std::uint32_t State = Seed | 1;
+  for (std::size_t Total = 0; Total < Size || Sizes.empty();) {
     State ^= State << 13;
     State ^= State >> 17;
     State ^= State << 5;
-    std::size_t Size = State % 64 + 1;
-    if (Size > Text.size() - Handed)
-      Size = Text.size() - Handed;
-    char *Begin = &Text[Handed];
-    setg(Begin, Begin, Begin + Size);
-    Handed += Size;
-    return traits_type::to_int_type(*Begin);
+    Sizes.push_back(State % 64 + 1);
+    Total += Sizes.back();
   }
-
-private:
-  std::string Text;
-  std::uint32_t State;
-  std::size_t Handed = 0;
-};
+  return Sizes;
+}
 
 /// What a pass saw: its records and the state it left the stream in.
 struct Outcome {
@@ -104,7 +88,7 @@ Outcome Whole(const std::string &Text, const LcKeyFilter &Filter,
 
 Outcome Pieces(const std::string &Text, std::uint32_t Hash,
                const LcKeyFilter &Filter, LcMaskKind Kind) {
-  PieceBuf Buf(Text, Hash);
+  testsupport::PieceBuf Buf(Text, PieceSizes(Text.size(), Hash));
   std::istream In(&Buf);
   LcManifestReader Reader(Hash % 200 + 1, Kind);
   Reader.SetKeyFilter(Filter);

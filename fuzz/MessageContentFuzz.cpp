@@ -13,29 +13,21 @@
 //   - wrapping only moves blanks and line feeds around.
 #include "appinterface/LcMessageContent.h"
 #include "console/MsMessageContent.h"
+#include "fuzz/FuzzSupport.h"
 #include "general/GeInternalFailure.h"
 #include "sourcepos/DiSourcePosition.h"
+#include "tests/support/FailureScope.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace {
 
-struct FormatDefect : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-void ThrowingHandler(const std::string &Text) { throw FormatDefect(Text); }
-
-void Require(bool Condition) {
-  if (!Condition)
-    std::abort();
-}
+using fuzz::Require;
+using FormatDefect = testsupport::InternalFailure;
 
 /// Three lines of "in.c", then the end of the source.
 struct Source {
@@ -72,7 +64,7 @@ std::string Squeezed(const std::string &Text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
                                       std::size_t Size) {
   static Source *Lines = new Source;
-  GeSetInternalFailureHandler(&ThrowingHandler);
+  GeSetInternalFailureHandler(&testsupport::ThrowingHandler);
   if (Size < 4)
     return 0;
   std::uint16_t Width = static_cast<std::uint16_t>(Data[0] % 120);
@@ -80,13 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
   std::uint32_t Indent = Data[2] % 40;
   unsigned PositionCount = Data[3] % 4;
 
-  std::vector<std::string> Pieces(1);
-  for (std::size_t I = 4; I < Size; ++I) {
-    if (Data[I] == 0)
-      Pieces.emplace_back();
-    else
-      Pieces.back() += static_cast<char>(Data[I]);
-  }
+  std::vector<std::string> Pieces = fuzz::Pieces(Data, Size, 4);
   std::string Format = Pieces[0];
   std::vector<std::string> Strings(Pieces.begin() + 1, Pieces.end());
   std::vector<DiSourceRange> Positions;

@@ -25,13 +25,13 @@ namespace {
 using fuzz::Require;
 
 /// The scratch folder with its folders and file, made on first use.
-const lctest::TempDir &Folder() {
+const testsupport::TempDir &Folder() {
   static const bool Made = [] {
-    const lctest::TempDir &Dir = fuzz::ScratchFolder();
+    const testsupport::TempDir &Dir = fuzz::ScratchFolder();
     std::filesystem::create_directories(Dir.Path("d"));
     std::filesystem::create_directories(Dir.Path("d.x"));
     std::filesystem::create_directories(Dir.Path("e.txt/f"));
-    lctest::WriteFile(Dir.Path("g"), "file");
+    testsupport::WriteFile(Dir.Path("g"), "file");
     return true;
   }();
   Require(Made);

@@ -193,10 +193,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
   const std::string OutputPath = fuzz::ScratchFolder().Path("sel.txt");
   std::remove(ManifestPath.c_str());
   std::remove(OutputPath.c_str());
-  lctest::WriteFile(ManifestPath, Manifest);
+  testsupport::WriteFile(ManifestPath, Manifest);
   if (Settings & 1) {
     RunSelection(ManifestPath, OutputPath, List);
-    Require(lctest::ReadFile(OutputPath) == Everything);
+    Require(testsupport::ReadFile(OutputPath) == Everything);
   }
   if (Settings & 2) {
     fuzz::StdStreamCapture Capture;

@@ -34,7 +34,7 @@ namespace {
 using fuzz::Require;
 
 /// The scratch folder, entered for good on first use.
-const lctest::TempDir &Folder() {
+const testsupport::TempDir &Folder() {
   static const bool Entered =
       ::chdir(fuzz::ScratchFolder().Path("").c_str()) == 0;
   Require(Entered);
@@ -74,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
     if (Piece.size() > 1 && Piece[0] == '@' && Equals != std::string::npos) {
       const std::string Name = Piece.substr(1, Equals - 1);
       if (!Name.empty() && Name != ".")
-        lctest::WriteFile(Folder().Path(Name), Piece.substr(Equals + 1));
+        testsupport::WriteFile(Folder().Path(Name), Piece.substr(Equals + 1));
     } else {
       Args.push_back(Piece);
     }

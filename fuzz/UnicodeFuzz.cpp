@@ -181,7 +181,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
     // Removed rather than truncated: truncating a file that was just written
     // makes the file system flush it, which costs milliseconds.
     std::remove(Path.c_str());
-    lctest::WriteFile(Path, Bytes);
+    testsupport::WriteFile(Path, Bytes);
     GeUnicode::InFileStream In(GeUnicode::Utf8ToUtf16(Path));
     Require(In.IsOpen());
     const std::string Read((std::istreambuf_iterator<char>(In)),

@@ -5,7 +5,7 @@
 #include "appinterface/SuMessages.h"
 #include "console/MsConsoleConcrete.h"
 #include "console/MsMessageFormatter.h"
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

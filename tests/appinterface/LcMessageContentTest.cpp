@@ -3,7 +3,7 @@
 #include "appinterface/LcMessageContent.h"
 
 #include "console/MsConsole.h"
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 // one of the documented errors.
 #include "cmdline/ClLine.h"
 #include "cmdline/ClParser.h"
-#include "tests/cmdline/ClTestSupport.h"
+#include "tests/support/ClTestSupport.h"
 
 #include <gtest/gtest.h>
 

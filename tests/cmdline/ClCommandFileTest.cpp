@@ -3,7 +3,7 @@
 #include "cmdline/ClCommandFile.h"
 #include "cmdline/ClLine.h"
 #include "general/GeUnicode.h"
-#include "tests/general/GeTextEncodingSupport.h"
+#include "tests/support/GeTextEncodingSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,8 @@
 #include "cmdline/ClLine.h"
 #include "cmdline/ClCommandFile.h"
 #include "cmdline/ClParser.h"
-#include "tests/general/GeTextEncodingSupport.h"
+#include "tests/support/GeTextEncodingSupport.h"
+#include "tests/support/TestFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -723,26 +724,11 @@ TEST(ClLineCommandFile, CycleAtTheEndOfALongChainIsFound) {
 }
 
 /// A folder of files for the disk-based opener, removed afterwards.
-class DiskFolder {
+class DiskFolder : public testsupport::TempDir {
 public:
-  DiskFolder() {
-    std::string Pattern = ::testing::TempDir() + "cmdline_files_XXXXXX";
-    if (!mkdtemp(&Pattern[0]))
-      throw std::runtime_error("mkdtemp failed");
-    Root = Pattern;
-  }
-  ~DiskFolder() {
-    std::error_code Ignored;
-    std::filesystem::remove_all(Root, Ignored);
-  }
-  std::string Path(const std::string &Name) const { return Root + "/" + Name; }
   void Write(const std::string &Name, const std::string &Text) const {
-    std::ofstream Out(Path(Name), std::ios_base::binary);
-    Out << Text;
+    testsupport::WriteFile(Path(Name), Text);
   }
-
-private:
-  std::string Root;
 };
 
 /// The disk-based opener, remembering what it announced.

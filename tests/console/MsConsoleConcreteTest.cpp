@@ -7,8 +7,7 @@
 #include "console/MsMessageFormatter.h"
 #include "console/MsMessages.h"
 #include "console/MsWorkingProgress.h"
-#include "tests/console/MsConsoleTestSupport.h"
-#include "tests/console/MsFileTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

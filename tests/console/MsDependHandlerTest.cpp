@@ -3,9 +3,8 @@
 #include "console/MsDependHandler.h"
 
 #include "console/MsConsoleConcrete.h"
-#include "tests/console/MsConsoleTestSupport.h"
-#include "tests/console/MsDependListSupport.h"
-#include "tests/console/MsFileTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
+#include "tests/support/MsDependListSupport.h"
 
 #include <gtest/gtest.h>
 

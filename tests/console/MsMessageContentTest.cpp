@@ -2,7 +2,7 @@
 #include "console/MsMessageContent.h"
 #include "console/MsFormatScanner.h"
 
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 
 #include "console/MsConsoleConcrete.h"
 #include "console/MsMessages.h"
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

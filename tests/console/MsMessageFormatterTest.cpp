@@ -3,7 +3,7 @@
 #include "console/MsMessageFormatter.h"
 
 #include "console/MsConsoleConcrete.h"
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 
 #include "console/MsConsoleConcrete.h"
 #include "console/MsMessageFormatter.h"
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

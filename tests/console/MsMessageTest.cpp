@@ -1,7 +1,7 @@
 // Tests of released messages and the visitor over their kinds.
 #include "console/MsMessage.h"
 
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -5,9 +5,8 @@
 #include "console/MsConsoleConcrete.h"
 #include "console/MsMessages.h"
 #include "console/MsTempFileRegistry.h"
-#include "tests/console/MsConsoleTestSupport.h"
-#include "tests/console/MsFileTestSupport.h"
 #include "tests/support/GeFakeDisk.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

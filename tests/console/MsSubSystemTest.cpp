@@ -5,8 +5,7 @@
 #include "cmdline/ClLine.h"
 #include "console/MsConsoleConcrete.h"
 #include "console/MsMessageFormatter.h"
-#include "tests/console/MsConsoleTestSupport.h"
-#include "tests/console/MsFileTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 
 #include "console/MsMessage.h"
 #include "console/MsMessages.h"
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -1,25 +1,18 @@
 // Tests of the progress lines.
 #include "console/MsWorkingProgress.h"
 
+#include "tests/support/OutputCapture.h"
+
 #include <gtest/gtest.h>
 
 #include <iostream>
-#include <sstream>
 
 namespace {
 
-/// Sends standard output into a string stream for one scope.
-class CoutCapture {
+/// Sends standard output into a string for one scope.
+class CoutCapture : public testsupport::StreamCapture {
 public:
-  CoutCapture() : Saved(std::cout.rdbuf(Captured.rdbuf())) {}
-  ~CoutCapture() { std::cout.rdbuf(Saved); }
-  CoutCapture(const CoutCapture &) = delete;
-  CoutCapture &operator=(const CoutCapture &) = delete;
-  std::string Text() const { return Captured.str(); }
-
-private:
-  std::ostringstream Captured;
-  std::streambuf *Saved;
+  CoutCapture() : StreamCapture(std::cout) {}
 };
 
 TEST(MsWorkingProgressTest, Lines) {

@@ -31,18 +31,9 @@ const char Manifest[] = "checkname=Alpha\n"
                         "visible=no\n"
                         "\n";
 
-class ChkselTest : public ::testing::Test {
+class ChkselTest : public FolderTest {
 protected:
-  void SetUp() override { WriteFile(Dir.Path("m.txt"), Manifest); }
-
-  RunResult RunHere(std::vector<std::string> Args) {
-    RunOptions Options;
-    Options.Cwd = Dir.Root().string();
-    return RunChksel(Args, Options);
-  }
-  std::string Read(const std::string &Name) { return ReadFile(Dir.Path(Name)); }
-
-  TempDir Dir;
+  void SetUp() override { Write("m.txt", Manifest); }
 };
 
 TEST_F(ChkselTest, NoArgumentsWritesNothingAndSucceeds) {
@@ -240,8 +231,7 @@ TEST_F(ChkselTest, OnlyStdoutMovesDiagnosticsToStandardOutput) {
 }
 
 TEST_F(ChkselTest, HelpPrintsBannerUsageAndOptionsAndDoesNoWork) {
-  RunOptions Options;
-  Options.Cwd = Dir.Root().string();
+  RunOptions Options = Here();
   Options.Env["ZOR_INTERNAL__USE_FAKE_SIGNON"] = "";
   RunResult R = RunChksel({"--all", "--help", "--bogus"}, Options);
   EXPECT_EQ(R.Status, 0);

@@ -5,7 +5,7 @@
 // about files in deep folders.
 #include "E2eSupport.h"
 
-#include "tests/general/GeTextEncodingSupport.h"
+#include "tests/support/GeTextEncodingSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -32,19 +32,10 @@ const char Manifest[] = "checkname=Alpha\n"
                         "package=Q\n"
                         "\n";
 
-class CommandFileTest : public ::testing::Test {
+class CommandFileTest : public FolderTest {
 protected:
-  void SetUp() override { WriteFile(Dir.Path("m.txt"), Manifest); }
+  void SetUp() override { Write("m.txt", Manifest); }
 
-  RunResult RunHere(const std::vector<std::string> &Args) {
-    RunOptions Options;
-    Options.Cwd = Dir.Root().string();
-    return RunChksel(Args, Options);
-  }
-  void Write(const std::string &Name, const std::string &Bytes) {
-    WriteFile(Dir.Path(Name), Bytes);
-  }
-  std::string Read(const std::string &Name) { return ReadFile(Dir.Path(Name)); }
   /// Writes c0.xcl .. c<Count - 1>.xcl, each but the last naming the next;
   /// the last one holds Last.
   void WriteChain(int Count, const std::string &Last) {
@@ -53,8 +44,6 @@ protected:
             "// link " + std::to_string(I) + "\n-f c" + std::to_string(I + 1));
     Write("c" + std::to_string(Count - 1) + ".xcl", Last);
   }
-
-  TempDir Dir;
 };
 
 //===----------------------------------------------------------------------===//
@@ -148,8 +137,7 @@ TEST_F(CommandFileTest, ChainOfTenThousandFiles) {
 
   // The files are closed as they are read: 10,000 files get through a limit
   // of 32 open descriptors.
-  RunOptions Options;
-  Options.Cwd = Dir.Root().string();
+  RunOptions Options = Here();
   RunResult Limited = e2e::Run(
       "/bin/sh", {"-c", "ulimit -n 32 && exec \"$0\" -f c0", ChkselPath()},
       Options);

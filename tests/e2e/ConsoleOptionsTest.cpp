@@ -12,15 +12,7 @@ namespace {
 const char UnknownTag[] = "Warning[Ms001]: diagnostic tag \"Ms999\" does not "
                           "exist\n";
 
-class ConsoleOptionsTest : public ::testing::Test {
-protected:
-  RunResult RunHere(std::vector<std::string> Args) {
-    RunOptions Options;
-    Options.Cwd = Dir.Root().string();
-    return RunChksel(Args, Options);
-  }
-  TempDir Dir;
-};
+class ConsoleOptionsTest : public FolderTest {};
 
 struct ExitCase {
   std::vector<std::string> Args;

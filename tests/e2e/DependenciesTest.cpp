@@ -13,30 +13,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class DependenciesTest : public ::testing::Test {
+class DependenciesTest : public FolderTest {
 protected:
-  void SetUp() override { WriteFile(Dir.Path("m.txt"), TwoCheckManifest); }
+  void SetUp() override { Write("m.txt", TwoCheckManifest); }
 
-  RunResult RunHere(std::vector<std::string> Args) {
-    RunOptions Options;
-    Options.Cwd = Dir.Root().string();
-    return RunChksel(Args, Options);
-  }
   RunResult Make(std::vector<std::string> Args) {
-    RunOptions Options;
-    Options.Cwd = Dir.Root().string();
+    RunOptions Options = Here();
     // Not the settings of a make that may be running these tests.
     Options.Env["MAKEFLAGS"] = "";
     Options.Env["MFLAGS"] = "";
     Options.Env["MAKELEVEL"] = "";
     return e2e::Run(MakeProgram, Args, Options);
-  }
-  std::string Read(const std::string &Name) { return ReadFile(Dir.Path(Name)); }
-  std::set<std::string> Names(const std::string &Folder = "") {
-    std::set<std::string> Result;
-    for (const auto &Entry : fs::directory_iterator(Dir.Root() / Folder))
-      Result.insert(Entry.path().filename().string());
-    return Result;
   }
   /// Sets the modification time of Name to Seconds from now.
   void SetTime(const std::string &Name, int Seconds) {
@@ -44,7 +31,6 @@ protected:
                                             std::chrono::seconds(Seconds));
   }
 
-  TempDir Dir;
   std::string MakeProgram = FindProgram("make");
 };
 

@@ -1,7 +1,13 @@
 // Running the built chksel as a child process in a folder of its own, with
-// its standard output, standard error and exit status captured.
+// its standard output, standard error and exit status captured. The file
+// helpers of the shared test support are brought in under the names the
+// end-to-end tests use.
 #ifndef TESTS_E2E_E2ESUPPORT_H
 #define TESTS_E2E_E2ESUPPORT_H
+
+#include "tests/support/TestFiles.h"
+
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <functional>
@@ -13,21 +19,13 @@
 
 namespace e2e {
 
-/// A fresh temporary folder, removed with its contents on destruction.
-class TempDir {
-public:
-  TempDir();
-  ~TempDir();
-  TempDir(const TempDir &) = delete;
-  TempDir &operator=(const TempDir &) = delete;
-
-  const std::filesystem::path &Root() const { return Dir; }
-  /// The path of Name inside the folder.
-  std::string Path(const std::string &Name) const;
-
-private:
-  std::filesystem::path Dir;
-};
+using testsupport::Exists;
+using testsupport::IsTempName;
+using testsupport::NamesIn;
+using testsupport::ReadFile;
+using testsupport::TempDir;
+using testsupport::TempFilesIn;
+using testsupport::WriteFile;
 
 /// What one run of a program produced.
 struct RunResult {
@@ -109,9 +107,6 @@ bool WaitFor(const std::function<bool()> &Condition, double Seconds = 30);
 /// The path of the built chksel.
 std::string ChkselPath();
 
-std::string ReadFile(const std::string &Path);
-void WriteFile(const std::string &Path, const std::string &Bytes);
-bool Exists(const std::string &Path);
 /// The lines of Text, without their line feeds.
 std::vector<std::string> SplitLines(const std::string &Text);
 
@@ -132,13 +127,20 @@ long long ModifiedNs(const std::string &Path);
 /// the call returns, even on coarse file clocks.
 void TouchAfter(const std::string &Path, const std::string &Reference);
 
-/// Every name in Folder (none when it cannot be read).
-std::set<std::string> NamesIn(const std::string &Folder);
-/// Whether Name has the shape of a temporary file of an output file: eight
-/// letters or digits and ".tmp".
-bool IsTempName(const std::string &Name);
-/// The names of the temporary files in Folder.
-std::set<std::string> TempFilesIn(const std::string &Folder);
+/// A test in a temporary folder of its own, in which chksel runs.
+class FolderTest : public ::testing::Test {
+protected:
+  /// Options that run a program in the folder.
+  RunOptions Here() const;
+  /// Runs chksel in the folder.
+  RunResult RunHere(const std::vector<std::string> &Args) const;
+  std::string Read(const std::string &Name) const;
+  void Write(const std::string &Name, const std::string &Bytes) const;
+  /// Every name in Folder, a path relative to the folder.
+  std::set<std::string> Names(const std::string &Folder = "") const;
+
+  TempDir Dir;
+};
 
 /// A manifest of two checks: Alpha in package P, Beta in package Q.
 extern const char TwoCheckManifest[];

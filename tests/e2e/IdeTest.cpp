@@ -5,7 +5,7 @@
 // byte with its golden text.
 #include "E2eSupport.h"
 
-#include "tests/ideagent/WtProtocolParser.h"
+#include "tests/support/WtProtocolParser.h"
 
 #include <gtest/gtest.h>
 
@@ -26,15 +26,9 @@ std::string MessageLine(const std::string &Version, const std::string &Type,
          "\" " + Tail + "$$TOOL_END \n";
 }
 
-class IdeTest : public ::testing::Test {
+class IdeTest : public FolderTest {
 protected:
-  void SetUp() override { WriteFile(Dir.Path("m.txt"), TwoCheckManifest); }
-
-  RunResult RunHere(const std::vector<std::string> &Args) {
-    RunOptions Options;
-    Options.Cwd = Dir.Root().string();
-    return RunChksel(Args, Options);
-  }
+  void SetUp() override { Write("m.txt", TwoCheckManifest); }
 
   /// Reads Out back with the protocol reader; fails the test when it breaks
   /// the protocol.
@@ -46,8 +40,6 @@ protected:
       return wttest::IdeOutput();
     }
   }
-
-  TempDir Dir;
 };
 
 TEST_F(IdeTest, MissingManifestIsAnErrorOfTypeEleven) {

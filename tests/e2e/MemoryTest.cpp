@@ -8,7 +8,7 @@
 // new-handler.
 #include "E2eSupport.h"
 
-#include "tests/ideagent/WtProtocolParser.h"
+#include "tests/support/WtProtocolParser.h"
 
 #include <gtest/gtest.h>
 
@@ -46,7 +46,7 @@ void MakeSparseFile(const std::string &Path, off_t Size) {
     throw std::runtime_error("cannot extend " + Path);
 }
 
-class MemoryTest : public ::testing::Test {
+class MemoryTest : public FolderTest {
 protected:
   void SetUp() override {
 #ifdef CHKSEL_E2E_UNDER_ASAN
@@ -56,13 +56,10 @@ protected:
   }
 
   RunResult RunLimited(const std::vector<std::string> &Args) {
-    RunOptions Options;
-    Options.Cwd = Dir.Root().string();
+    RunOptions Options = Here();
     Options.AddressSpaceLimit = AddressLimit;
     return RunChksel(Args, Options);
   }
-
-  TempDir Dir;
 };
 
 TEST_F(MemoryTest, HugeRecordRunsOutOfMemory) {

@@ -19,20 +19,9 @@ bool IsCharacterDevice(const std::string &Path) {
   return ::stat(Path.c_str(), &Info) == 0 && S_ISCHR(Info.st_mode);
 }
 
-class OutputFileTest : public ::testing::Test {
+class OutputFileTest : public FolderTest {
 protected:
-  RunResult RunHere(std::vector<std::string> Args) {
-    RunOptions Options;
-    Options.Cwd = Dir.Root().string();
-    return RunChksel(Args, Options);
-  }
-  std::string Read(const std::string &Name) { return ReadFile(Dir.Path(Name)); }
-  std::set<std::string> Names(const std::string &Folder = "") {
-    return NamesIn((Dir.Root() / Folder).string());
-  }
   std::string Tables() { return DumpedTables(); }
-
-  TempDir Dir;
 };
 
 TEST_F(OutputFileTest, DumpIntoANewFile) {
@@ -117,8 +106,7 @@ TEST_F(OutputFileTest, WriteFailureMidwayKeepsTheOldFile) {
   // A file size limit of one block (512 bytes for sh) stops the writing of
   // the tables partway; SIGXFSZ is ignored so that write() fails instead.
   WriteFile(Dir.Path("t.txt"), "old tables\n");
-  RunOptions Options;
-  Options.Cwd = Dir.Root().string();
+  RunOptions Options = Here();
   RunResult R = e2e::Run("/bin/sh",
                          {"-c", "trap '' XFSZ; ulimit -f 1; exec \"$0\" \"$@\"",
                           ChkselPath(), "--diagnostics_tables=t.txt"},
@@ -137,8 +125,7 @@ TEST_F(OutputFileTest, UnwritableFolderKeepsTheOldFile) {
   // writable by no one.
   fs::permissions(Dir.Root(), fs::perms(0755));
   fs::permissions(Dir.Path("ro"), fs::perms(0555));
-  RunOptions Options;
-  Options.Cwd = Dir.Root().string();
+  RunOptions Options = Here();
   Options.Unprivileged = true;
   RunResult R = RunChksel({"--diagnostics_tables=ro/t.txt"}, Options);
   fs::permissions(Dir.Path("ro"), fs::perms(0700));

@@ -60,18 +60,10 @@ std::string LinkText(const std::string &Path) {
   return Error ? "<no link>" : Text.string();
 }
 
-class SafeOutputTest : public ::testing::Test {
+class SafeOutputTest : public FolderTest {
 protected:
-  void SetUp() override { WriteFile(Dir.Path("m.txt"), TwoCheckManifest); }
+  void SetUp() override { Write("m.txt", TwoCheckManifest); }
 
-  RunOptions Here() const {
-    RunOptions Options;
-    Options.Cwd = Dir.Root().string();
-    return Options;
-  }
-  RunResult RunHere(const std::vector<std::string> &Args) {
-    return RunChksel(Args, Here());
-  }
   /// Runs Script with /bin/sh in the test folder; "$0" is chksel and "$@"
   /// are Args.
   RunResult Shell(const std::string &Script,
@@ -82,15 +74,9 @@ protected:
     ShellArgs.insert(ShellArgs.end(), Args.begin(), Args.end());
     return e2e::Run("/bin/sh", ShellArgs, Options);
   }
-  std::string Read(const std::string &Name) { return ReadFile(Dir.Path(Name)); }
-  std::set<std::string> Names(const std::string &Folder = "") {
-    return NamesIn((Dir.Root() / Folder).string());
-  }
   bool HasTempFile(const std::string &Folder) {
     return !TempFilesIn((Dir.Root() / Folder).string()).empty();
   }
-
-  TempDir Dir;
 };
 
 //===----------------------------------------------------------------------===//

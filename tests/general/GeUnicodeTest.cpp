@@ -2,16 +2,15 @@
 // stream.
 #include "general/GeUnicode.h"
 
+#include "tests/support/TestFiles.h"
+
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
 #include <random>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -383,22 +382,9 @@ TEST(GeUnicodeNarrowTest, MissingLocaleName) {
 
 class GeUnicodeInFileStreamTest : public ::testing::Test {
 protected:
-  void SetUp() override {
-    std::string Template = ::testing::TempDir() + "geunicodeXXXXXX";
-    ASSERT_NE(mkdtemp(&Template[0]), nullptr);
-    Dir = Template + "/";
-  }
-  void TearDown() override {
-    for (const std::string &Path : Created)
-      std::remove(Path.c_str());
-    rmdir(Dir.c_str());
-  }
-
   std::string WriteFile(const std::string &Name, const std::string &Bytes) {
     const std::string Path = Dir + Name;
-    std::ofstream Out(Path, std::ios::binary);
-    Out << Bytes;
-    Created.push_back(Path);
+    testsupport::WriteFile(Path, Bytes);
     return Path;
   }
 
@@ -407,8 +393,9 @@ protected:
                        std::istreambuf_iterator<char>());
   }
 
-  std::string Dir;
-  std::vector<std::string> Created;
+  testsupport::TempDir Folder;
+  /// The folder's path with a final "/".
+  const std::string Dir = Folder.Path("");
 };
 
 const std::string Content = std::string("\xEF\xBB\xBF"

@@ -4,7 +4,7 @@
 #include "ideagent/MsWorkbenchHandler.h"
 
 #include "console/MsConsoleConcrete.h"
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

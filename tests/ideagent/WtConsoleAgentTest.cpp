@@ -3,8 +3,8 @@
 // from child processes.
 #include "ideagent/WtConsoleAgent.h"
 
-#include "WtProtocolParser.h"
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/WtProtocolParser.h"
+#include "tests/support/MsConsoleTestSupport.h"
 
 #include <gtest/gtest.h>
 

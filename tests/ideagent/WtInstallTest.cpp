@@ -4,7 +4,8 @@
 
 #include "console/MsConsoleConcrete.h"
 #include "ideagent/MsWorkbenchHandler.h"
-#include "tests/console/MsConsoleTestSupport.h"
+#include "tests/support/MsConsoleTestSupport.h"
+#include "tests/support/OutputCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -19,11 +20,7 @@ namespace {
 class WtInstallTest : public ::testing::Test {
 protected:
   WtInstallTest() : Console(Err, Out) { mstest::RegisterTt(Console); }
-  void SetUp() override { Saved = std::cout.rdbuf(Captured.rdbuf()); }
-  void TearDown() override {
-    WtUninstallConsoleAgent(Console);
-    std::cout.rdbuf(Saved);
-  }
+  void TearDown() override { WtUninstallConsoleAgent(Console); }
 
   const WtConsoleAgentExe *InstalledAgent() const {
     MsWorkbenchHandler *Handler = WtInstalledWorkbenchHandler();
@@ -34,8 +31,7 @@ protected:
   std::ostringstream Err;
   std::ostringstream Out;
   MsConsoleConcrete Console;
-  std::ostringstream Captured;
-  std::streambuf *Saved = nullptr;
+  testsupport::StreamCapture Captured{std::cout};
 };
 
 TEST_F(WtInstallTest, TheThreeSwitches) {
@@ -67,7 +63,7 @@ TEST_F(WtInstallTest, OtherArgumentsAreRefused) {
     EXPECT_EQ(WtInstalledWorkbenchHandler(), nullptr) << Argument;
     EXPECT_FALSE(Console.HasIdeHandler()) << Argument;
   }
-  EXPECT_EQ(Captured.str(), "");
+  EXPECT_EQ(Captured.Text(), "");
 }
 
 TEST_F(WtInstallTest, ArgumentWithAnEmbeddedNulIsRefused) {
@@ -91,7 +87,7 @@ TEST_F(WtInstallTest, ConsoleMessagesBecomeProtocolLines) {
   Console.Report(mstest::Tt(4), MsConsole::Warning, "w");
   EXPECT_EQ(Err.str(), "");
   EXPECT_EQ(Out.str(), "");
-  EXPECT_EQ(Captured.str(),
+  EXPECT_EQ(Captured.Text(),
             "$$TOOL_BEGIN $$VERSION \"3\" $$MSG_BEGIN $$MSG_POS \"0\" \"0\" "
             "\"0\" \"0\" $$TYPE \"10\" $$TAG \"Tt004\" $$TXT_BEGIN \"a "
             "warning \\\"w\\\"\" $$TOOL_END \n");
@@ -111,15 +107,14 @@ TEST_F(WtInstallTest, UninstallRestoresTheHumanForm) {
   WtUninstallConsoleAgent(Console);
   Console.Start();
   Console.Report(mstest::Tt(4), MsConsole::Warning, "w");
-  EXPECT_EQ(Captured.str(), "");
+  EXPECT_EQ(Captured.Text(), "");
   EXPECT_EQ(Err.str(), "Warning[Tt004]: a warning \"w\"\n");
   std::ostringstream Summary;
   EXPECT_EQ(Console.Summary(Summary), 0);
 }
 
 TEST(WtInstallOwnConsole, InstallsOnTheConsoleItIsHanded) {
-  std::ostringstream Captured;
-  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  testsupport::StreamCapture Captured(std::cout);
   std::ostringstream FirstErr, FirstOut, SecondErr, SecondOut;
   MsConsoleConcrete First(FirstErr, FirstOut);
   MsConsoleConcrete Second(SecondErr, SecondOut);
@@ -131,12 +126,11 @@ TEST(WtInstallOwnConsole, InstallsOnTheConsoleItIsHanded) {
   First.WriteTextLine("shown as type 3");
   Second.Start();
   Second.WriteTextLine("plain");
-  EXPECT_EQ(Captured.str(),
+  EXPECT_EQ(Captured.Text(),
             "$$TOOL_BEGIN $$VERSION \"1\" $$MSG_BEGIN $$MSG_POS \"0\" \"0\" "
             "\"0\" \"0\" $$TYPE \"3\" $$TOOL_END \n");
   EXPECT_EQ(SecondOut.str(), "plain\n");
   WtUninstallConsoleAgent(First);
-  std::cout.rdbuf(Saved);
 }
 
 } // namespace

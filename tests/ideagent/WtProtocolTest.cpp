@@ -2,7 +2,7 @@
 // event lines, exact bytes; and the test reader of the protocol.
 #include "ideagent/WtProtocol.h"
 
-#include "WtProtocolParser.h"
+#include "tests/support/WtProtocolParser.h"
 
 #include <gtest/gtest.h>
 

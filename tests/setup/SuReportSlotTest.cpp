@@ -6,6 +6,7 @@
 
 #include "console/MsConsoleConcrete.h"
 #include "general/GeInternalFailure.h"
+#include "tests/support/AllocationFailure.h"
 
 #include <gtest/gtest.h>
 
@@ -16,36 +17,14 @@
 #include <vector>
 
 namespace {
-bool FailAllocations = false;
-} // namespace
-
-void *operator new(std::size_t Size) {
-  if (!FailAllocations)
-    if (void *Memory = std::malloc(Size ? Size : 1))
-      return Memory;
-  throw std::bad_alloc();
-}
-
-void *operator new(std::size_t Size, const std::nothrow_t &) noexcept {
-  if (FailAllocations)
-    return nullptr;
-  return std::malloc(Size ? Size : 1);
-}
-
-void operator delete(void *Memory) noexcept { std::free(Memory); }
-void operator delete(void *Memory, std::size_t) noexcept { std::free(Memory); }
-void operator delete(void *Memory, const std::nothrow_t &) noexcept {
-  std::free(Memory);
-}
-
-namespace {
 
 class ThrowingMain : public SuMain {
 public:
   explicit ThrowingMain(bool ThrowStandard) : Standard(ThrowStandard) {}
   std::int32_t Run(int, char **) override {
     std::runtime_error Error("boom");
-    FailAllocations = true;
+    testsupport::StartFailingAllocations(
+        0, testsupport::AllocationFailureMode::ThrowBadAlloc);
     if (Standard)
       throw Error;
     throw 42;
@@ -68,7 +47,7 @@ int RunFailing(bool Standard) {
   ThrowingMain Main(Standard);
   MsConsoleConcrete Console;
   const int Status = SuRun(1, Argv, Main, Console);
-  FailAllocations = false;
+  testsupport::StopFailingAllocations();
   return Status;
 }
 
@@ -79,7 +58,7 @@ protected:
     Previous = GeSetInternalFailureHandler(&CountReport);
   }
   void TearDown() override {
-    FailAllocations = false;
+    testsupport::StopFailingAllocations();
     GeSetInternalFailureHandler(Previous);
   }
   GeInternalFailureHandler Previous = nullptr;

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -103,21 +102,18 @@ TEST(SuSignOnTest, CopyrightLines) {
   }
 }
 
-/// Runs Check in a child process with the fake sign-on variable set to Value
-/// (or absent when Value is null) and answers its exit status.
-int InChild(const char *Value, int (*Check)()) {
-  const pid_t Child = ::fork();
-  if (Child == 0) {
-    if (Value)
-      ::setenv(SuFakeSignOnVariable, Value, 1);
-    else
-      ::unsetenv(SuFakeSignOnVariable);
-    ::_exit(Check());
-  }
-  int Status = 0;
-  while (::waitpid(Child, &Status, 0) < 0) {
-  }
-  return WIFEXITED(Status) ? WEXITSTATUS(Status) : -1;
+/// Expects Check, run in a fresh process (the test program started again
+/// for this test alone, so that the mode is read anew) with the fake sign-on
+/// variable set to Value (or absent when Value is null), to end with Status.
+void ExpectInFreshProcess(const char *Value, int (*Check)(), int Status) {
+  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+  if (Value)
+    ::setenv(SuFakeSignOnVariable, Value, 1);
+  else
+    ::unsetenv(SuFakeSignOnVariable);
+  EXPECT_EXIT(::_exit(Check()), ::testing::ExitedWithCode(Status), "")
+      << "variable " << (Value ? Value : "absent");
+  ::unsetenv(SuFakeSignOnVariable);
 }
 
 /// 1 when fake mode is on, 0 when off.
@@ -144,21 +140,21 @@ int BannerFollowsTheMode() {
 }
 
 TEST(SuFakeSignOnTest, AnyValueTurnsItOn) {
-  EXPECT_EQ(InChild("1", &FakeMode), 1);
-  EXPECT_EQ(InChild("0", &FakeMode), 1);
-  EXPECT_EQ(InChild("no", &FakeMode), 1);
-  EXPECT_EQ(InChild("", &FakeMode), 1);
-  EXPECT_EQ(InChild(nullptr, &FakeMode), 0);
+  ExpectInFreshProcess("1", &FakeMode, 1);
+  ExpectInFreshProcess("0", &FakeMode, 1);
+  ExpectInFreshProcess("no", &FakeMode, 1);
+  ExpectInFreshProcess("", &FakeMode, 1);
+  ExpectInFreshProcess(nullptr, &FakeMode, 0);
 }
 
 TEST(SuFakeSignOnTest, ReadOncePerProcess) {
-  EXPECT_EQ(InChild("yes", &ModeStaysAsFirstRead), 10);
-  EXPECT_EQ(InChild(nullptr, &ModeStaysAsFirstRead), 0);
+  ExpectInFreshProcess("yes", &ModeStaysAsFirstRead, 10);
+  ExpectInFreshProcess(nullptr, &ModeStaysAsFirstRead, 0);
 }
 
 TEST(SuFakeSignOnTest, BannerUsesTheProcessMode) {
-  EXPECT_EQ(InChild("x", &BannerFollowsTheMode), 1);
-  EXPECT_EQ(InChild(nullptr, &BannerFollowsTheMode), 0);
+  ExpectInFreshProcess("x", &BannerFollowsTheMode, 1);
+  ExpectInFreshProcess(nullptr, &BannerFollowsTheMode, 0);
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 #include "cmdline/ClArg.h"
 #include "cmdline/ClParser.h"
 #include "console/MsConsoleConcrete.h"
-#include "tests/cmdline/ClTestSupport.h"
+#include "tests/support/ClTestSupport.h"
 
 #include <gtest/gtest.h>
 

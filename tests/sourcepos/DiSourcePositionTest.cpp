@@ -2,7 +2,7 @@
 // builder, and ranges.
 #include "sourcepos/DiSourcePosition.h"
 
-#include "general/GeInternalFailure.h"
+#include "tests/support/FailureScope.h"
 
 #include <gtest/gtest.h>
 
@@ -11,22 +11,8 @@
 
 namespace {
 
-struct InternalFailure : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-void ThrowingHandler(const std::string &Text) { throw InternalFailure(Text); }
-
-/// Installs the throwing internal-failure handler for one test.
-class ThrowingFailureScope {
-public:
-  ThrowingFailureScope()
-      : Previous(GeSetInternalFailureHandler(&ThrowingHandler)) {}
-  ~ThrowingFailureScope() { GeSetInternalFailureHandler(Previous); }
-
-private:
-  GeInternalFailureHandler Previous;
-};
+using testsupport::InternalFailure;
+using testsupport::ThrowingFailureScope;
 
 const DiSourcePosition &None = DiSourcePosition::sNone;
 const DiSourcePosition &End = DiSourcePosition::sEnd;

@@ -5,6 +5,7 @@
 #include "tool/LcSelection.h"
 
 #include "console/MsConsole.h"
+#include "tests/support/AllocationFailure.h"
 #include "tests/tool/LcToolTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -16,48 +17,8 @@
 
 namespace {
 
-/// Allocations larger than this fail while FailLarge is set.
-bool FailLarge = false;
-std::size_t LargeLimit = 0;
-/// Counts allocations while Counting is set.
-bool Counting = false;
-std::size_t Allocations = 0;
-
-void *Allocate(std::size_t Size) {
-  for (;;) {
-    if (!(FailLarge && Size > LargeLimit)) {
-      if (Counting)
-        ++Allocations;
-      if (void *P = std::malloc(Size ? Size : 1))
-        return P;
-    }
-    std::new_handler Handler = std::get_new_handler();
-    if (!Handler)
-      throw std::bad_alloc();
-    Handler();
-  }
-}
-
-} // namespace
-
-void *operator new(std::size_t Size) { return Allocate(Size); }
-void *operator new[](std::size_t Size) { return Allocate(Size); }
-void operator delete(void *P) noexcept { std::free(P); }
-void operator delete[](void *P) noexcept { std::free(P); }
-void operator delete(void *P, std::size_t) noexcept { std::free(P); }
-void operator delete[](void *P, std::size_t) noexcept { std::free(P); }
-
-namespace {
-
 /// Fails allocations above Limit bytes for its lifetime.
-class FailLargeAllocations {
-public:
-  explicit FailLargeAllocations(std::size_t Limit) {
-    LargeLimit = Limit;
-    FailLarge = true;
-  }
-  ~FailLargeAllocations() { FailLarge = false; }
-};
+using FailLargeAllocations = testsupport::AllocationFailureScope;
 
 /// An endless line "k=xxx..." without a line end, produced chunk by chunk,
 /// so that the line grows as long as memory allows.
@@ -163,12 +124,11 @@ TEST(ManifestAlloc, ReaderAllocatesNothingPerRecordOnceWarm) {
   // has been read, every line slot is as large as it will ever need to be.
   for (int I = 0; I < 40; ++I)
     ASSERT_TRUE(Reader.Advance());
-  Allocations = 0;
-  Counting = true;
+  testsupport::StartCountingAllocations();
   std::size_t Records = 0;
   while (Reader.Advance())
     ++Records;
-  Counting = false;
+  const std::size_t Allocations = testsupport::StopCountingAllocations();
   EXPECT_EQ(Allocations, 0u);
   EXPECT_EQ(Records, 1959u);
 }
@@ -183,12 +143,11 @@ TEST(ManifestAlloc, ReaderAllocatesNothingPerRefillOnceWarm) {
   Reader.Open(In);
   for (int I = 0; I < 40; ++I)
     ASSERT_TRUE(Reader.Advance());
-  Allocations = 0;
-  Counting = true;
+  testsupport::StartCountingAllocations();
   std::size_t Records = 0;
   while (Reader.Advance())
     ++Records;
-  Counting = false;
+  const std::size_t Allocations = testsupport::StopCountingAllocations();
   EXPECT_EQ(Allocations, 0u);
   EXPECT_EQ(Records, 1959u);
 }
@@ -199,11 +158,9 @@ std::size_t SelectionAllocations(LcSelectionMode Mode,
   std::istringstream In(Manifest(Records));
   NullBuf Null;
   std::ostream Out(&Null);
-  Allocations = 0;
-  Counting = true;
+  testsupport::StartCountingAllocations();
   LcSelectFromStream(Mode, In, Out, Requested);
-  Counting = false;
-  return Allocations;
+  return testsupport::StopCountingAllocations();
 }
 
 TEST(ManifestAlloc, SelectionAllocationsDoNotGrowWithManifest) {

@@ -9,7 +9,7 @@
 #include "console/MsConsoleConcrete.h"
 #include "general/GeDisk.h"
 #include "tests/support/GeFakeDisk.h"
-#include "tests/tool/LcReferenceReader.h"
+#include "tests/support/LcReferenceReader.h"
 #include "tests/tool/LcToolTestSupport.h"
 
 #include <gtest/gtest.h>

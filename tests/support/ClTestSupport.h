@@ -1,7 +1,7 @@
 // Test support for the command line: a command-file option whose files are
 // held in memory.
-#ifndef TESTS_CMDLINE_CLTESTSUPPORT_H
-#define TESTS_CMDLINE_CLTESTSUPPORT_H
+#ifndef TESTS_SUPPORT_CLTESTSUPPORT_H
+#define TESTS_SUPPORT_CLTESTSUPPORT_H
 
 #include "cmdline/ClArg.h"
 

@@ -1,15 +1,17 @@
-// Shared helpers of the console and message-content tests: a throwing
-// internal-failure handler, a one-file source line sequence, a recording
-// message handler and a test message table.
-#ifndef TESTS_CONSOLE_MSCONSOLETESTSUPPORT_H
-#define TESTS_CONSOLE_MSCONSOLETESTSUPPORT_H
+// Shared helpers of the console, message-content and IDE tests: a one-file
+// source line sequence, a recording message handler and a test message
+// table, and the failure scope and file helpers under the names these tests
+// use.
+#ifndef TESTS_SUPPORT_MSCONSOLETESTSUPPORT_H
+#define TESTS_SUPPORT_MSCONSOLETESTSUPPORT_H
 
 #include "console/MsConsole.h"
 #include "console/MsMessage.h"
 #include "console/MsMessageContent.h"
 #include "console/MsMessageHandler.h"
-#include "general/GeInternalFailure.h"
 #include "sourcepos/DiSourcePosition.h"
+#include "tests/support/FailureScope.h"
+#include "tests/support/TestFiles.h"
 
 #include <cstdint>
 #include <memory>
@@ -20,27 +22,30 @@
 
 namespace mstest {
 
-/// What the throwing internal-failure handler throws.
-struct InternalFailure : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
+using testsupport::InternalFailure;
+using testsupport::ThrowingFailureScope;
+using testsupport::ThrowingHandler;
 
-inline void ThrowingHandler(const std::string &Text) {
-  throw InternalFailure(Text);
+// The file helpers under the names the console's tests use.
+using testsupport::IsCharacterDevice;
+using testsupport::IsTempName;
+using testsupport::NamesIn;
+using testsupport::TempFilesIn;
+inline void Spit(const std::string &Path, const std::string &Bytes) {
+  testsupport::WriteFile(Path, Bytes);
 }
 
-/// Installs the throwing internal-failure handler for one scope.
-class ThrowingFailureScope {
+/// A temporary folder whose root is a string, as the output-file tests
+/// compare and concatenate it.
+class ScratchDir : public testsupport::TempDir {
 public:
-  ThrowingFailureScope()
-      : Previous(GeSetInternalFailureHandler(&ThrowingHandler)) {}
-  ~ThrowingFailureScope() { GeSetInternalFailureHandler(Previous); }
-  ThrowingFailureScope(const ThrowingFailureScope &) = delete;
-  ThrowingFailureScope &operator=(const ThrowingFailureScope &) = delete;
-
-private:
-  GeInternalFailureHandler Previous;
+  std::string Root() const { return TempDir::Root().string(); }
 };
+
+/// The bytes of Path, or "<missing>" when there is no such file.
+inline std::string Slurp(const std::string &Path) {
+  return testsupport::ReadFileOr(Path, "<missing>");
+}
 
 /// A line sequence holding one file, Name, whose lines are Lines (their texts
 /// kept), followed by the end of the source.

@@ -1,8 +1,8 @@
 // The manifest reader as first written, one std::getline per line: the
 // reference the block-reading, skimming LcManifestReader is compared with in
 // the tests and in the fuzz harness.
-#ifndef TESTS_TOOL_LCREFERENCEREADER_H
-#define TESTS_TOOL_LCREFERENCEREADER_H
+#ifndef TESTS_SUPPORT_LCREFERENCEREADER_H
+#define TESTS_SUPPORT_LCREFERENCEREADER_H
 
 #include <ios>
 #include <istream>

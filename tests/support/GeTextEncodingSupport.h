@@ -2,8 +2,8 @@
 // may have: plain UTF-8, UTF-8 with a byte-order mark, UTF-16 in either byte
 // order with its mark. Self-contained, so that unit tests, end-to-end tests
 // and fuzz harnesses can all write such files.
-#ifndef TESTS_GENERAL_GETEXTENCODINGSUPPORT_H
-#define TESTS_GENERAL_GETEXTENCODINGSUPPORT_H
+#ifndef TESTS_SUPPORT_GETEXTENCODINGSUPPORT_H
+#define TESTS_SUPPORT_GETEXTENCODINGSUPPORT_H
 
 #include <cstdint>
 #include <string>

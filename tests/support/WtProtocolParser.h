@@ -1,8 +1,8 @@
 // A strict reader of the IDE line protocol for the tests: it takes a tool's
 // standard output apart into protocol lines, other lines and the exit marker,
 // and refuses anything that does not follow the protocol byte for byte.
-#ifndef TESTS_IDEAGENT_WTPROTOCOLPARSER_H
-#define TESTS_IDEAGENT_WTPROTOCOLPARSER_H
+#ifndef TESTS_SUPPORT_WTPROTOCOLPARSER_H
+#define TESTS_SUPPORT_WTPROTOCOLPARSER_H
 
 #include <cstdint>
 #include <stdexcept>

@@ -2,8 +2,8 @@
 // file that keeps its text in memory, and a strict reader of the three list
 // shapes that undoes the make escaping, so that a list can be read back into
 // the names that were written.
-#ifndef TESTS_CONSOLE_MSDEPENDLISTSUPPORT_H
-#define TESTS_CONSOLE_MSDEPENDLISTSUPPORT_H
+#ifndef TESTS_SUPPORT_MSDEPENDLISTSUPPORT_H
+#define TESTS_SUPPORT_MSDEPENDLISTSUPPORT_H
 
 #include "console/MsDependFileArg.h"
 #include "console/MsOutputStream.h"
@@ -104,8 +104,8 @@ inline std::vector<std::string> ReadDependList(MsDependStyle Style,
       const std::string &Head = Lines[0];
       const std::string HeadEnd = ":  \\";
       if (Head.size() < HeadEnd.size() ||
-          Head.compare(Head.size() - HeadEnd.size(), HeadEnd.size(),
-                       HeadEnd) != 0)
+          Head.compare(Head.size() - HeadEnd.size(), HeadEnd.size(), HeadEnd) !=
+              0)
         throw DependListError("rule head without \":  \\\": \"" + Head + "\"");
       if (UnescapeMake(Head.substr(0, Head.size() - HeadEnd.size())) != Target)
         throw DependListError("rule of another target: \"" + Head + "\"");

@@ -1,0 +1,2 @@
+// A header of the lower layer that only uses its own layer.
+#include <vector>
