@@ -4,6 +4,8 @@
 #ifndef CONSOLE_MSTEMPFILEREGISTRY_H
 #define CONSOLE_MSTEMPFILEREGISTRY_H
 
+#include <boost/core/noncopyable.hpp>
+
 #include <csignal>
 #include <cstddef>
 #include <string>
@@ -43,12 +45,10 @@ public:
   /// be made, or renamed, and its entry added or removed, as one step that no
   /// signal falls between. Scopes nest; a signal that arrived meanwhile is
   /// delivered when the outermost scope ends.
-  class SignalBlock {
+  class SignalBlock : boost::noncopyable {
   public:
     SignalBlock();
     ~SignalBlock();
-    SignalBlock(const SignalBlock &) = delete;
-    SignalBlock &operator=(const SignalBlock &) = delete;
 
   private:
     sigset_t Saved;

@@ -27,6 +27,8 @@
 #ifndef SETUP_SUFAULTGUARD_H
 #define SETUP_SUFAULTGUARD_H
 
+#include <boost/core/noncopyable.hpp>
+
 #include <cstdint>
 #include <type_traits>
 #include <utility>
@@ -118,12 +120,10 @@ SuProcessorFault SuClassifySignal(const SuSignalFacts &Facts,
 /// While a scope is active and no guard is armed, a fault ends the process
 /// with exit status 1 after a one-line message on standard error.
 /// Single-threaded use only, like the rest of the framework.
-class SuFaultScope {
+class SuFaultScope : boost::noncopyable {
 public:
   SuFaultScope();
   ~SuFaultScope();
-  SuFaultScope(const SuFaultScope &) = delete;
-  SuFaultScope &operator=(const SuFaultScope &) = delete;
 };
 
 /// Runs Body(Context) with the fault guard armed (inside its own
