@@ -2,6 +2,7 @@
 #include "cmdline/ClLine.h"
 #include "cmdline/ClCommandFile.h"
 #include "cmdline/ClParser.h"
+#include "tests/support/ClTestSupport.h"
 #include "tests/support/GeTextEncodingSupport.h"
 #include "tests/support/TestFiles.h"
 
@@ -21,36 +22,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-/// A command-file option that reads files from a map instead of the disk.
-class MapFileArg : public ClCommandFileArg {
-public:
-  MapFileArg()
-      : ClCommandFileArg('f', "", "file",
-                         "Read command line options from file") {}
-
-  /// Files are told apart by name, unless Aliases maps a name to another.
-  ClFileId Identify(const std::string &Name) const override {
-    auto It = Aliases.find(Name);
-    ClFileId Id;
-    Id.Name = It == Aliases.end() ? Name : It->second;
-    return Id;
-  }
-  std::unique_ptr<std::istream> Open(const std::string &Name) const override {
-    ++Opened;
-    auto It = Files.find(Name);
-    if (It == Files.end())
-      return nullptr;
-    return std::make_unique<std::istringstream>(It->second);
-  }
-  void Announce(const std::string &Name) const override {
-    Announced.push_back(Name);
-  }
-
-  std::map<std::string, std::string> Files;
-  std::map<std::string, std::string> Aliases;
-  mutable int Opened = 0;
-  mutable Strings Announced;
-};
+using MapFileArg = cltest::MemoryFileArg;
 
 /// A map-backed command-file option that appends ".xcl" to names without a
 /// dot.
@@ -65,8 +37,8 @@ public:
 
 /// A small tree in the shape of a tool's: output once, check gathered, a
 /// flag, and the command-file option.
-struct Tree {
-  explicit Tree(ClCommandFileArg &FileArg) {
+struct LineTree {
+  explicit LineTree(ClCommandFileArg &FileArg) {
     Root.Add(std::make_unique<ClOnce>(Output));
     Root.Add(std::make_unique<ClOnce>(All));
     Check = &Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(CheckArg));
@@ -117,7 +89,7 @@ TEST(ClLineArguments, ArgumentVectorSkipsTheProgramName) {
 
 TEST(ClLineWalk, LoneDashIsPositional) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"-", "a", "-"}).Walk(T.Root);
   EXPECT_EQ(Texts(R.Positional), (Strings{"-", "a", "-"}));
   EXPECT_EQ(R.Positional[2].Place.ArgIndex, 3);
@@ -125,7 +97,7 @@ TEST(ClLineWalk, LoneDashIsPositional) {
 
 TEST(ClLineWalk, OptionsAndPositionalsInOrder) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"src.c", "--output", "sel.txt", "--all",
                                   "--check=A,B", "other.c"})
                        .Walk(T.Root);
@@ -139,7 +111,7 @@ TEST(ClLineWalk, OptionsAndPositionalsInOrder) {
 
 TEST(ClLineWalk, SeparateParameterMissingAtTheEnd) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"a", "-o"}).Walk(T.Root);
     FAIL() << "no error";
@@ -151,7 +123,7 @@ TEST(ClLineWalk, SeparateParameterMissingAtTheEnd) {
 
 TEST(ClLineWalk, ParameterWithInitialDashIsRefused) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"-o", "-x"}).Walk(T.Root);
     FAIL() << "no error";
@@ -179,7 +151,7 @@ TEST(ClLineWalk, SeparateParameterTable) {
   };
   for (const Case &C : Cases) {
     MapFileArg Files;
-    Tree T(Files);
+    LineTree T(Files);
     ClLine Line(Strings{"--output", C.Para});
     if (C.Ok) {
       EXPECT_NO_THROW(Line.Walk(T.Root)) << C.Para;
@@ -193,7 +165,7 @@ TEST(ClLineWalk, SeparateParameterTable) {
 
 TEST(ClLineWalk, UnknownOptionsAreReportedTogetherAfterTheWalk) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"-q", "a", "--output=x", "--outputs", "--", "---", "-"})
         .Walk(T.Root);
@@ -219,7 +191,7 @@ TEST(ClLineWalk, UnknownOptionsComeBeforeOccurrenceChecks) {
 
 TEST(ClLineWalk, AcceptedUnknownOptionsArePositional) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkSettings Settings;
   Settings.AcceptUnknownOptions = true;
   ClWalkResult R =
@@ -313,7 +285,7 @@ ClWalkSettings WithHelp() {
 TEST(ClLineWalk, HelpTokenStopsTheWalkWhereAnOptionMayStand) {
   MapFileArg Files;
   Files.Files["h"] = "--check=a\n--help\n--check=b";
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"src", "-f", "h", "-f", "missing"})
                        .Walk(T.Root, WithHelp());
   EXPECT_TRUE(R.HelpRequested);
@@ -343,7 +315,7 @@ TEST(ClLineWalk, HelpWinsOverEveryOtherErrorOfTheLine) {
       {"--bogus", "-f", "h"},
   };
   for (const Strings &Line : Lines) {
-    Tree T(Files);
+    LineTree T(Files);
     ClWalkResult R;
     EXPECT_NO_THROW(R = ClLine(Line).Walk(T.Root, WithHelp())) << Line[0];
     EXPECT_TRUE(R.HelpRequested) << Line[0] << ' ' << Line[1];
@@ -354,7 +326,7 @@ TEST(ClLineWalk, HelpTokenAsASeparateParameterIsThatParameter) {
   MapFileArg Files;
   Files.Files["p"] = "-o\n--help";
   for (const Strings &Line : {Strings{"-o", "--help"}, Strings{"-f", "p"}}) {
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Line).Walk(T.Root, WithHelp());
       ADD_FAILURE() << Line[1] << ": no error";
@@ -362,7 +334,7 @@ TEST(ClLineWalk, HelpTokenAsASeparateParameterIsThatParameter) {
       EXPECT_EQ(E.Parameter().Text, "--help");
     }
   }
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"-o", "---help"}).Walk(T.Root, WithHelp());
   EXPECT_FALSE(R.HelpRequested);
   EXPECT_EQ(T.Output.Value(), "-help");
@@ -370,7 +342,7 @@ TEST(ClLineWalk, HelpTokenAsASeparateParameterIsThatParameter) {
 
 TEST(ClLineWalk, HelpTokenIsMatchedWhole) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"--help=1", "--helps", "-help"}).Walk(T.Root, WithHelp());
     FAIL() << "no error";
@@ -378,7 +350,7 @@ TEST(ClLineWalk, HelpTokenIsMatchedWhole) {
     EXPECT_EQ(Texts(E.Arguments()), (Strings{"--help=1", "--helps", "-help"}));
   }
   // Without a help token "--help" is an unknown option like any other.
-  Tree Plain(Files);
+  LineTree Plain(Files);
   EXPECT_THROW(ClLine(Strings{"--help"}).Walk(Plain.Root),
                ClLine::UnmatchedError);
 }
@@ -387,12 +359,12 @@ TEST(ClLineWalk, FirstErrorIsRaisedAfterTheRestWasWalked) {
   MapFileArg Files;
   Files.Files["a"] = "--check=x";
   {
-    Tree T(Files);
+    LineTree T(Files);
     EXPECT_THROW(ClLine(Strings{"-o", "-x", "--bogus", "-o"}).Walk(T.Root),
                  ClLine::ParaBeginsWithMinusError);
   }
   {
-    Tree T(Files);
+    LineTree T(Files);
     EXPECT_THROW(
         ClLine(Strings{"--bogus", "-f", "nope", "-o", "-x"}).Walk(T.Root),
         ClLine::CommandFileNotFound);
@@ -401,7 +373,7 @@ TEST(ClLineWalk, FirstErrorIsRaisedAfterTheRestWasWalked) {
     // The files after the error are still read (a help token may be in
     // them), but no occurrence is checked.
     Files.Opened = 0;
-    Tree T(Files);
+    LineTree T(Files);
     EXPECT_THROW(ClLine(Strings{"-o", "-x", "-f", "a"}).Walk(T.Root),
                  ClLine::ParaBeginsWithMinusError);
     EXPECT_EQ(Files.Opened, 1);
@@ -415,7 +387,7 @@ TEST(ClLineWalk, FirstErrorIsRaisedAfterTheRestWasWalked) {
 TEST(ClLineCommandFile, TokensReplaceTheOptionInPlace) {
   MapFileArg Files;
   Files.Files["a.xcl"] = "--check=b\n  -o out.txt src2\n";
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R =
       ClLine(Strings{"--check=a", "src1", "-f", "a.xcl", "--check=c", "src3"})
           .Walk(T.Root);
@@ -430,15 +402,15 @@ TEST(ClLineCommandFile, TokensReplaceTheOptionInPlace) {
   EXPECT_EQ(Place.Position.Column(), 14u);
   EXPECT_EQ(Place.Position.Sequence(), &ClCommandFileLines());
   EXPECT_EQ(Place.Position.Text(true), "a.xcl\\2:14");
-  const ClValue &B = T.Check->Values()[1];
-  EXPECT_EQ(B.Place.Position.Line(), 1u);
-  EXPECT_EQ(B.Place.Position.Column(), 1u);
+  const ClValue &Second = T.Check->Values()[1];
+  EXPECT_EQ(Second.Place.Position.Line(), 1u);
+  EXPECT_EQ(Second.Place.Position.Column(), 1u);
 }
 
 TEST(ClLineCommandFile, ShortOptionWithAttachedName) {
   MapFileArg Files;
   Files.Files["a"] = "--all";
-  Tree T(Files);
+  LineTree T(Files);
   ClLine(Strings{"-fa"}).Walk(T.Root);
   EXPECT_TRUE(T.All.Value());
 }
@@ -448,7 +420,7 @@ TEST(ClLineCommandFile, NestedFilesExpandInPlace) {
   Files.Files["a"] = "--check=a1 -f b --check=a2";
   Files.Files["b"] = "--check=b1 -f c";
   Files.Files["c"] = "--check=c1";
-  Tree T(Files);
+  LineTree T(Files);
   ClLine(Strings{"--check=0", "-f", "a", "--check=9"}).Walk(T.Root);
   EXPECT_EQ(T.Checks(), (Strings{"0", "a1", "b1", "c1", "a2", "9"}));
 }
@@ -456,7 +428,7 @@ TEST(ClLineCommandFile, NestedFilesExpandInPlace) {
 TEST(ClLineCommandFile, FileNamingItselfIsRecursion) {
   MapFileArg Files;
   Files.Files["a"] = "--all\n  -f a";
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
     FAIL() << "no error";
@@ -473,7 +445,7 @@ TEST(ClLineCommandFile, CycleThroughTwoFilesIsRecursion) {
   MapFileArg Files;
   Files.Files["a"] = "-f b";
   Files.Files["b"] = "--check=x -f a";
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
     FAIL() << "no error";
@@ -486,7 +458,7 @@ TEST(ClLineCommandFile, CycleThroughTwoFilesIsRecursion) {
 TEST(ClLineCommandFile, RecursionIsFoundByTheMappedName) {
   XclFileArg Files;
   Files.Files["a.xcl"] = "-f a.xcl";
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
     FAIL() << "no error";
@@ -499,7 +471,7 @@ TEST(ClLineCommandFile, RecursionIsFoundByIdentityAndNamedAsRequested) {
   MapFileArg Files;
   Files.Files["a"] = "--check=x\n -f ./a";
   Files.Aliases["./a"] = "a";
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
     FAIL() << "no error";
@@ -521,7 +493,7 @@ TEST(ClLineCommandFile, EachFileIsAnnouncedOnceUnderItsFirstName) {
   Files.Files["b"] = "-f a";
   Files.Files["e"] = "";
   Files.Aliases["./a"] = "a";
-  Tree T(Files);
+  LineTree T(Files);
   ClLine(Strings{"-f", "b", "-f", "./a", "-f", "a", "-f", "e", "-f", "b"})
       .Walk(T.Root);
   EXPECT_EQ(T.Checks(), (Strings{"x", "y", "x", "x"}));
@@ -531,7 +503,7 @@ TEST(ClLineCommandFile, EachFileIsAnnouncedOnceUnderItsFirstName) {
 TEST(ClLineCommandFile, UnreadableFilesAreNotAnnounced) {
   MapFileArg Files;
   Files.Files["bad16"] = std::string("\xFF\xFE-", 3);
-  Tree T(Files);
+  LineTree T(Files);
   EXPECT_THROW(ClLine(Strings{"-f", "nope", "-f", "bad16"}).Walk(T.Root),
                ClLine::CommandFileNotFound);
   EXPECT_TRUE(Files.Announced.empty());
@@ -542,7 +514,7 @@ TEST(ClLineCommandFile, Utf16FileIsWalkedLikeItsUtf8Text) {
   const std::string Text = "--check=\xC3\xA4\n  -o \"\xE2\x82\xAC x\" src";
   for (GeTextEncoding::Encoding E : GeTextEncoding::AllEncodings) {
     Files.Files["u"] = GeTextEncoding::Encode(Text, E);
-    Tree T(Files);
+    LineTree T(Files);
     ClWalkResult R = ClLine(Strings{"-f", "u"}).Walk(T.Root);
     const char *Name = GeTextEncoding::Name(E);
     EXPECT_EQ(T.Checks(), (Strings{"\xC3\xA4"})) << Name;
@@ -557,7 +529,7 @@ TEST(ClLineCommandFile, MalformedUtf16IsPlacedAtTheOption) {
   MapFileArg Files;
   Files.Files["odd"] = std::string("\xFE\xFF\0-\0", 5);
   Files.Files["outer"] = "\n --all -f odd";
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"-f", "outer"}).Walk(T.Root);
     FAIL() << "no error";
@@ -572,7 +544,7 @@ TEST(ClLineCommandFile, SameFileTwiceOneAfterTheOtherIsAllowed) {
   MapFileArg Files;
   Files.Files["a"] = "--check=x";
   Files.Files["b"] = "-f a -f a";
-  Tree T(Files);
+  LineTree T(Files);
   ClLine(Strings{"-f", "a", "-f", "a", "-f", "b"}).Walk(T.Root);
   EXPECT_EQ(T.Checks(), (Strings{"x", "x", "x", "x"}));
   EXPECT_EQ(Files.Opened, 5);
@@ -583,7 +555,7 @@ TEST(ClLineCommandFile, FileNamedAgainAfterItsLastTokenIsNotNested) {
   // all of a has been walked.
   MapFileArg Files;
   Files.Files["a"] = "--check=x -f";
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"-f", "a", "a"}).Walk(T.Root);
     FAIL() << "no error";
@@ -596,7 +568,7 @@ TEST(ClLineCommandFile, FileNamedAgainAfterItsLastTokenIsNotNested) {
 TEST(ClLineCommandFile, OptionAtTheEndOfAFileTakesTheNextTypedArgument) {
   MapFileArg Files;
   Files.Files["a"] = "--check=x -o";
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"-f", "a", "out.txt", "src"}).Walk(T.Root);
   EXPECT_EQ(T.Output.Value(), "out.txt");
   EXPECT_EQ(Texts(R.Positional), (Strings{"src"}));
@@ -604,7 +576,7 @@ TEST(ClLineCommandFile, OptionAtTheEndOfAFileTakesTheNextTypedArgument) {
 
 TEST(ClLineCommandFile, MissingFile) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"x", "-f", "nope"}).Walk(T.Root);
     FAIL() << "no error";
@@ -621,7 +593,7 @@ TEST(ClLineCommandFile, EmptyFilesAddNothing) {
   MapFileArg Files;
   Files.Files["e"] = "";
   Files.Files["c"] = " /* x */ \n// y\n\t\r\n\"\" ";
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"-f", "e", "a", "-f", "c", "b"}).Walk(T.Root);
   EXPECT_EQ(Texts(R.Positional), (Strings{"a", "b"}));
 }
@@ -633,7 +605,7 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
   Files.Files["m"] = "-o\n-x";
   Files.Files["u"] = "\n  --unknown";
   {
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Strings{"-f", "q"}).Walk(T.Root);
       FAIL() << "no error";
@@ -648,7 +620,7 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
     EXPECT_FALSE(T.All.Value());
   }
   {
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Strings{"-f", "s"}).Walk(T.Root);
       FAIL() << "no error";
@@ -660,7 +632,7 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
     }
   }
   {
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Strings{"-f", "m"}).Walk(T.Root);
       FAIL() << "no error";
@@ -670,7 +642,7 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
     }
   }
   {
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Strings{"-f", "u"}).Walk(T.Root);
       FAIL() << "no error";
@@ -694,7 +666,7 @@ TEST(ClLineCommandFile, LongChainOfDistinctFilesIsNotRecursion) {
     }
     int Last = 10000;
   } Files;
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"-f", "0", "--check=after"}).Walk(T.Root);
   EXPECT_EQ(T.Checks(), (Strings{"end", "after"}));
   EXPECT_EQ(Files.Opened, 10001);
@@ -713,7 +685,7 @@ TEST(ClLineCommandFile, CycleAtTheEndOfALongChainIsFound) {
           "-f " + std::to_string(Index == 5000 ? 17 : Index + 1));
     }
   } Files;
-  Tree T(Files);
+  LineTree T(Files);
   try {
     ClLine(Strings{"-f", "0"}).Walk(T.Root);
     FAIL() << "no error";
@@ -755,7 +727,7 @@ TEST(ClLineCommandFile, OneFileUnderAnotherSpellingIsRecursion) {
   for (const std::string &Spelling : Spellings) {
     Dir.Write("x", "--check=a\n-f " + Spelling);
     DiskFileArg Files;
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Strings{"-f", Dir.Path("link")}).Walk(T.Root);
       ADD_FAILURE() << Spelling << ": no error";
@@ -774,7 +746,7 @@ TEST(ClLineCommandFile, DistinctFilesWithTheSameTextAreNotRecursion) {
   std::filesystem::create_symlink("y", Dir.Path("ly"));
   Dir.Write("x", "-f " + Dir.Path("copy") + " -f " + Dir.Path("ly"));
   DiskFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   ClLine(
       Strings{"-f", Dir.Path("x"), "-f", Dir.Path("y"), "-f", Dir.Path("./y")})
       .Walk(T.Root);

@@ -480,10 +480,10 @@ public:
                      .toupper(static_cast<char>(I));
   }
 
-  bool Select(const LcRecord &Record, std::string_view &Name) const {
+  bool Select(const LcRecord &Checked, std::string_view &Name) const {
     std::string_view Pending;
     bool Selected = false;
-    for (const LcAttribute &Attribute : Record) {
+    for (const LcAttribute &Attribute : Checked) {
       std::string_view Key = Attribute.Key();
       std::string_view Value = Attribute.Value();
       if (Equal(Key, "checkname")) {
