@@ -1,10 +1,9 @@
 // Tests of the option kinds: name matching, conversion, storage, marks.
 #include "cmdline/ClArg.h"
+#include "tests/support/TestFiles.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
 #include <limits>
 #include <string>
 #include <vector>
@@ -428,15 +427,14 @@ TEST(ClCommandFileArg, BaseNamesTheParameterAndOpensFiles) {
   EXPECT_EQ(Arg.Open("/nonexistent/dir/opts.xcl"), nullptr);
   // A file of its own: the source file's name is relative to wherever the
   // build ran, not to where the test runs.
-  const std::string Path = ::testing::TempDir() + "cl_arg_test_opts.xcl";
-  std::ofstream(Path) << "--all\n--output=-\n";
+  const testsupport::TempDir Folder;
+  const std::string Path = Folder.Path("opts.xcl");
+  testsupport::WriteFile(Path, "--all\n--output=-\n");
   std::unique_ptr<std::istream> Opened = Arg.Open(Path);
   ASSERT_NE(Opened, nullptr);
   std::string FirstLine;
   std::getline(*Opened, FirstLine);
   EXPECT_EQ(FirstLine, "--all");
-  Opened.reset();
-  std::remove(Path.c_str());
 }
 
 } // namespace

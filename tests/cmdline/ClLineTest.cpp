@@ -3,15 +3,14 @@
 #include "cmdline/ClCommandFile.h"
 #include "cmdline/ClParser.h"
 #include "tests/support/ClTestSupport.h"
+#include "tests/support/FailureScope.h"
 #include "tests/support/GeTextEncodingSupport.h"
 #include "tests/support/TestFiles.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -251,9 +250,6 @@ TEST(ClLineWalk, RecordedSeparateParameterKeepsItsTripleDash) {
 }
 
 TEST(ClLineWalk, UnknownMatchKindIsAnInternalFailure) {
-  struct Thrown {
-    std::string Text;
-  };
   class Broken : public ClAny {
   public:
     ClMatch Match(const ClToken &, const ClToken *) override {
@@ -262,15 +258,13 @@ TEST(ClLineWalk, UnknownMatchKindIsAnInternalFailure) {
       return M;
     }
   } Root;
-  auto Previous = GeSetInternalFailureHandler(
-      [](const std::string &Text) { throw Thrown{Text}; });
+  testsupport::ThrowingFailureScope Failures;
   try {
     ClLine(Strings{"x"}).Walk(Root);
     ADD_FAILURE() << "no failure";
-  } catch (const Thrown &T) {
-    EXPECT_EQ(T.Text, "Unknown ClArgPara");
+  } catch (const testsupport::InternalFailure &Failure) {
+    EXPECT_EQ(std::string(Failure.what()), "Unknown ClArgPara");
   }
-  GeSetInternalFailureHandler(Previous);
 }
 
 // Help and the first error
@@ -757,13 +751,9 @@ TEST(ClLineCommandFile, DistinctFilesWithTheSameTextAreNotRecursion) {
 }
 
 TEST(ClLineCommandFile, BaseOpenerReadsBytesFromDisk) {
-  const std::string Name =
-      ::testing::TempDir() + "cmdline_walk_" +
-      std::to_string(reinterpret_cast<std::uintptr_t>(&Name)) + ".xcl";
-  {
-    std::ofstream Out(Name, std::ios_base::binary);
-    Out << "--check=a\r\n\"--check=b c\"\r\n";
-  }
+  DiskFolder Dir;
+  const std::string Name = Dir.Path("walk.xcl");
+  Dir.Write("walk.xcl", "--check=a\r\n\"--check=b c\"\r\n");
   ClCommandFileArg FileArg('f', "", "file",
                            "Read command line options from file");
   ClAny Root;
@@ -771,7 +761,6 @@ TEST(ClLineCommandFile, BaseOpenerReadsBytesFromDisk) {
   auto &Checks = Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(Check));
   Root.Add(std::make_unique<ClMultiVal<ClCommandFileArg>>(FileArg));
   ClLine(Strings{"-f", Name}).Walk(Root);
-  std::remove(Name.c_str());
   ASSERT_EQ(Checks.Values().size(), 2u);
   EXPECT_EQ(Checks.Values()[0].Text, "a");
   EXPECT_EQ(Checks.Values()[1].Text, "b c");
