@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -65,6 +66,19 @@ std::vector<std::string> Texts(const std::vector<ClToken> &Tokens) {
   return Result;
 }
 
+/// The error of type Error that Walk throws, or nothing (and a test
+/// failure) when it throws none.
+template <typename Error, typename Action>
+std::optional<Error> ErrorOf(Action &&Walk) {
+  try {
+    Walk();
+    ADD_FAILURE() << "no error";
+  } catch (const Error &E) {
+    return E;
+  }
+  return std::nullopt;
+}
+
 // Argument vectors
 // ---------------------------------------------------------------
 
@@ -111,29 +125,27 @@ TEST(ClLineWalk, OptionsAndPositionalsInOrder) {
 TEST(ClLineWalk, SeparateParameterMissingAtTheEnd) {
   MapFileArg Files;
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClArgParser::ParseError>([&] {
     ClLine(Strings{"a", "-o"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClArgParser::ParseError &E) {
-    EXPECT_STREQ(E.what(), "Option requires a separate parameter: -o");
-    EXPECT_EQ(E.Place().ArgIndex, 2);
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_STREQ(E->what(), "Option requires a separate parameter: -o");
+  EXPECT_EQ(E->Place().ArgIndex, 2);
 }
 
 TEST(ClLineWalk, ParameterWithInitialDashIsRefused) {
   MapFileArg Files;
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClLine::ParaBeginsWithMinusError>([&] {
     ClLine(Strings{"-o", "-x"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::ParaBeginsWithMinusError &E) {
-    EXPECT_EQ(E.Message(), ClLineMessage::ParaBeginsWithMinus);
-    EXPECT_EQ(E.FillIns(), (Strings{"-o", "-x"}));
-    EXPECT_EQ(E.Option().Text, "-o");
-    EXPECT_EQ(E.Parameter().Text, "-x");
-    EXPECT_EQ(E.Parameter().Place.ArgIndex, 2);
-    EXPECT_EQ(E.Place().ArgIndex, 1);
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->Message(), ClLineMessage::ParaBeginsWithMinus);
+  EXPECT_EQ(E->FillIns(), (Strings{"-o", "-x"}));
+  EXPECT_EQ(E->Option().Text, "-o");
+  EXPECT_EQ(E->Parameter().Text, "-x");
+  EXPECT_EQ(E->Parameter().Place.ArgIndex, 2);
+  EXPECT_EQ(E->Place().ArgIndex, 1);
 }
 
 TEST(ClLineWalk, SeparateParameterTable) {
@@ -165,19 +177,18 @@ TEST(ClLineWalk, SeparateParameterTable) {
 TEST(ClLineWalk, UnknownOptionsAreReportedTogetherAfterTheWalk) {
   MapFileArg Files;
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClLine::UnmatchedError>([&] {
     ClLine(Strings{"-q", "a", "--output=x", "--outputs", "--", "---", "-"})
         .Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::UnmatchedError &E) {
-    EXPECT_EQ(Texts(E.Arguments()), (Strings{"-q", "--outputs", "--", "---"}));
-    EXPECT_EQ(E.Arguments()[1].Place.ArgIndex, 4);
-    EXPECT_EQ(E.Message(), ClLineMessage::UnexpectedArguments);
-    EXPECT_EQ(E.FillIns(), (Strings{"-q", "--outputs", "--", "---"}));
-    EXPECT_STREQ(E.what(), "command-line message 2 \"-q\" \"--outputs\" "
-                           "\"--\" \"---\"");
-    EXPECT_TRUE(E.Place().IsNone());
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(Texts(E->Arguments()), (Strings{"-q", "--outputs", "--", "---"}));
+  EXPECT_EQ(E->Arguments()[1].Place.ArgIndex, 4);
+  EXPECT_EQ(E->Message(), ClLineMessage::UnexpectedArguments);
+  EXPECT_EQ(E->FillIns(), (Strings{"-q", "--outputs", "--", "---"}));
+  EXPECT_STREQ(E->what(), "command-line message 2 \"-q\" \"--outputs\" "
+                          "\"--\" \"---\"");
+  EXPECT_TRUE(E->Place().IsNone());
 }
 
 TEST(ClLineWalk, UnknownOptionsComeBeforeOccurrenceChecks) {
@@ -337,12 +348,11 @@ TEST(ClLineWalk, HelpTokenAsASeparateParameterIsThatParameter) {
 TEST(ClLineWalk, HelpTokenIsMatchedWhole) {
   MapFileArg Files;
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClLine::UnmatchedError>([&] {
     ClLine(Strings{"--help=1", "--helps", "-help"}).Walk(T.Root, WithHelp());
-    FAIL() << "no error";
-  } catch (const ClLine::UnmatchedError &E) {
-    EXPECT_EQ(Texts(E.Arguments()), (Strings{"--help=1", "--helps", "-help"}));
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(Texts(E->Arguments()), (Strings{"--help=1", "--helps", "-help"}));
   // Without a help token "--help" is an unknown option like any other.
   LineTree Plain(Files);
   EXPECT_THROW(ClLine(Strings{"--help"}).Walk(Plain.Root),
@@ -423,16 +433,15 @@ TEST(ClLineCommandFile, FileNamingItselfIsRecursion) {
   MapFileArg Files;
   Files.Files["a"] = "--all\n  -f a";
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClLine::CommandFileRecursionError>([&] {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), "a");
-    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileRecursion);
-    EXPECT_EQ(E.FillIns(), Strings{"a"});
-    EXPECT_EQ(E.Place().Position.Line(), 2u);
-    EXPECT_EQ(E.Place().Position.Column(), 3u);
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "a");
+  EXPECT_EQ(E->Message(), ClLineMessage::CommandFileRecursion);
+  EXPECT_EQ(E->FillIns(), Strings{"a"});
+  EXPECT_EQ(E->Place().Position.Line(), 2u);
+  EXPECT_EQ(E->Place().Position.Column(), 3u);
 }
 
 TEST(ClLineCommandFile, CycleThroughTwoFilesIsRecursion) {
@@ -440,25 +449,23 @@ TEST(ClLineCommandFile, CycleThroughTwoFilesIsRecursion) {
   Files.Files["a"] = "-f b";
   Files.Files["b"] = "--check=x -f a";
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClLine::CommandFileRecursionError>([&] {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), "a");
-    EXPECT_EQ(E.Place().Position.File()->Name(), "b");
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "a");
+  EXPECT_EQ(E->Place().Position.File()->Name(), "b");
 }
 
 TEST(ClLineCommandFile, RecursionIsFoundByTheMappedName) {
   XclFileArg Files;
   Files.Files["a.xcl"] = "-f a.xcl";
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClLine::CommandFileRecursionError>([&] {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), "a.xcl");
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "a.xcl");
 }
 
 TEST(ClLineCommandFile, RecursionIsFoundByIdentityAndNamedAsRequested) {
@@ -466,16 +473,15 @@ TEST(ClLineCommandFile, RecursionIsFoundByIdentityAndNamedAsRequested) {
   Files.Files["a"] = "--check=x\n -f ./a";
   Files.Aliases["./a"] = "a";
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClLine::CommandFileRecursionError>([&] {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), "./a");
-    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileRecursion);
-    EXPECT_EQ(E.FillIns(), Strings{"./a"});
-    EXPECT_EQ(E.Place().Position.Line(), 2u);
-    EXPECT_EQ(E.Place().Position.Column(), 2u);
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "./a");
+  EXPECT_EQ(E->Message(), ClLineMessage::CommandFileRecursion);
+  EXPECT_EQ(E->FillIns(), Strings{"./a"});
+  EXPECT_EQ(E->Place().Position.Line(), 2u);
+  EXPECT_EQ(E->Place().Position.Column(), 2u);
   // Found before the second spelling is opened.
   EXPECT_EQ(Files.Opened, 1);
 }
@@ -524,14 +530,13 @@ TEST(ClLineCommandFile, MalformedUtf16IsPlacedAtTheOption) {
   Files.Files["odd"] = std::string("\xFE\xFF\0-\0", 5);
   Files.Files["outer"] = "\n --all -f odd";
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClLine::CommandFileNotFound>([&] {
     ClLine(Strings{"-f", "outer"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileNotFound &E) {
-    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileNotFound);
-    EXPECT_EQ(E.FillIns(), Strings{"odd"});
-    EXPECT_EQ(E.Place().Position.Text(true), "outer\\2:8");
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->Message(), ClLineMessage::CommandFileNotFound);
+  EXPECT_EQ(E->FillIns(), Strings{"odd"});
+  EXPECT_EQ(E->Place().Position.Text(true), "outer\\2:8");
 }
 
 TEST(ClLineCommandFile, SameFileTwiceOneAfterTheOtherIsAllowed) {
@@ -550,12 +555,11 @@ TEST(ClLineCommandFile, FileNamedAgainAfterItsLastTokenIsNotNested) {
   MapFileArg Files;
   Files.Files["a"] = "--check=x -f";
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClArgParser::ParseError>([&] {
     ClLine(Strings{"-f", "a", "a"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClArgParser::ParseError &E) {
-    EXPECT_STREQ(E.what(), "Option requires a separate parameter: -f");
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_STREQ(E->what(), "Option requires a separate parameter: -f");
   EXPECT_EQ(Files.Opened, 2);
 }
 
@@ -571,16 +575,15 @@ TEST(ClLineCommandFile, OptionAtTheEndOfAFileTakesTheNextTypedArgument) {
 TEST(ClLineCommandFile, MissingFile) {
   MapFileArg Files;
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClLine::CommandFileNotFound>([&] {
     ClLine(Strings{"x", "-f", "nope"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileNotFound &E) {
-    EXPECT_EQ(E.FileName(), "nope");
-    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileNotFound);
-    EXPECT_EQ(E.FillIns(), Strings{"nope"});
-    EXPECT_STREQ(E.what(), "command-line message 7 \"nope\"");
-    EXPECT_EQ(E.Place().ArgIndex, 2);
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "nope");
+  EXPECT_EQ(E->Message(), ClLineMessage::CommandFileNotFound);
+  EXPECT_EQ(E->FillIns(), Strings{"nope"});
+  EXPECT_STREQ(E->what(), "command-line message 7 \"nope\"");
+  EXPECT_EQ(E->Place().ArgIndex, 2);
 }
 
 TEST(ClLineCommandFile, EmptyFilesAddNothing) {
@@ -680,13 +683,12 @@ TEST(ClLineCommandFile, CycleAtTheEndOfALongChainIsFound) {
     }
   } Files;
   LineTree T(Files);
-  try {
+  const auto E = ErrorOf<ClLine::CommandFileRecursionError>([&] {
     ClLine(Strings{"-f", "0"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), "17");
-    EXPECT_EQ(E.Place().Position.File()->Name(), "5000");
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "17");
+  EXPECT_EQ(E->Place().Position.File()->Name(), "5000");
 }
 
 /// A folder of files for the disk-based opener, removed afterwards.
