@@ -112,17 +112,11 @@ TEST(LcConsoleApplicationInterfaceTest, SourceLineWithCaret) {
 
 TEST(LcConsoleApplicationInterfaceTest, DiagnosticWithoutPosition) {
   InterfaceFixture F;
-  const MsConsole::MessageDef Lc[] = {
-      {MsConsole::Suppressed, nullptr},
-      {MsConsole::FatalError, "internal error"},
-      {MsConsole::ErrorFixed, "could not open file %sq"}};
-  F.Console.AddSubSystem("Lc", Lc, 1, 2);
   F.Console.Start();
-  F.Console.Report(MsTag("Lc", 2), MsConsole::ErrorFixed, "x.txt");
-  F.Console.Report(MsTag("Lc", 2), MsConsole::ErrorFixed, "100%s %d.txt");
-  EXPECT_EQ(F.Err.str(),
-            "Error[Lc002]: could not open file \"x.txt\"\n"
-            "Error[Lc002]: could not open file \"100%s %d.txt\"\n");
+  F.Console.Report(Tt(2), MsConsole::ErrorFixed, "x.txt");
+  F.Console.Report(Tt(2), MsConsole::ErrorFixed, "100%s %d.txt");
+  EXPECT_EQ(F.Err.str(), "Error[Tt002]: fixed error \"x.txt\"\n"
+                         "Error[Tt002]: fixed error \"100%s %d.txt\"\n");
 }
 
 TEST(LcConsoleApplicationInterfaceTest, WrappedAtWidth79) {

@@ -1,10 +1,9 @@
 // Tests of the option kinds: name matching, conversion, storage, marks.
 #include "cmdline/ClArg.h"
+#include "tests/support/TestFiles.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
 #include <limits>
 #include <string>
 #include <vector>
@@ -162,91 +161,92 @@ struct IntegerCase {
   const char *Message;
 };
 
-using B = ClIntegerArg::Base;
+using IntBase = ClIntegerArg::Base;
 
 const IntegerCase IntegerCases[] = {
     // Bounds 1..10, decimal.
-    {B::Decimal, 1, 10, "0", false, 0,
+    {IntBase::Decimal, 1, 10, "0", false, 0,
      "Expected a decimal integer between 1 and 10: '0'"},
-    {B::Decimal, 1, 10, "11", false, 0,
+    {IntBase::Decimal, 1, 10, "11", false, 0,
      "Expected a decimal integer between 1 and 10: '11'"},
-    {B::Decimal, 1, 10, "5a", false, 0,
+    {IntBase::Decimal, 1, 10, "5a", false, 0,
      "Expected a decimal integer between 1 and 10: '5a'"},
-    {B::Decimal, 1, 10, "", false, 0,
+    {IntBase::Decimal, 1, 10, "", false, 0,
      "Expected a decimal integer between 1 and 10: ''"},
-    {B::Decimal, 1, 10, "+7", true, 7, ""},
-    {B::Decimal, 1, 10, " 7", true, 7, ""},
-    {B::Decimal, 1, 10, "\t\n7", true, 7, ""},
-    {B::Decimal, 1, 10, "1", true, 1, ""},
-    {B::Decimal, 1, 10, "10", true, 10, ""},
-    {B::Decimal, 1, 10, "7 ", false, 0,
+    {IntBase::Decimal, 1, 10, "+7", true, 7, ""},
+    {IntBase::Decimal, 1, 10, " 7", true, 7, ""},
+    {IntBase::Decimal, 1, 10, "\t\n7", true, 7, ""},
+    {IntBase::Decimal, 1, 10, "1", true, 1, ""},
+    {IntBase::Decimal, 1, 10, "10", true, 10, ""},
+    {IntBase::Decimal, 1, 10, "7 ", false, 0,
      "Expected a decimal integer between 1 and 10: '7 '"},
-    {B::Decimal, 1, 10, "+", false, 0,
+    {IntBase::Decimal, 1, 10, "+", false, 0,
      "Expected a decimal integer between 1 and 10: '+'"},
-    {B::Decimal, 1, 10, "+-7", false, 0,
+    {IntBase::Decimal, 1, 10, "+-7", false, 0,
      "Expected a decimal integer between 1 and 10: '+-7'"},
-    {B::Decimal, 0, 100, "x", false, 0,
+    {IntBase::Decimal, 0, 100, "x", false, 0,
      "Expected a decimal integer between 0 and 100: 'x'"},
-    {B::Decimal, -5, -1, "-3", true, -3, ""},
-    {B::Decimal, -5, -1, "0", false, 0,
+    {IntBase::Decimal, -5, -1, "-3", true, -3, ""},
+    {IntBase::Decimal, -5, -1, "0", false, 0,
      "Expected a decimal integer between -5 and -1: '0'"},
     // One bound.
-    {B::Decimal, Min32, 9, "10", false, 0,
+    {IntBase::Decimal, Min32, 9, "10", false, 0,
      "Expected a decimal integer less than or equal to 9: '10'"},
-    {B::Decimal, Min32, 9, "-2147483648", true, Min32, ""},
-    {B::Decimal, 3, Max32, "2", false, 0,
+    {IntBase::Decimal, Min32, 9, "-2147483648", true, Min32, ""},
+    {IntBase::Decimal, 3, Max32, "2", false, 0,
      "Expected a decimal integer greater than or equal to 3: '2'"},
-    {B::Decimal, 0, Max32, "2147483647", true, Max32, ""},
+    {IntBase::Decimal, 0, Max32, "2147483647", true, Max32, ""},
     // No bounds: the 32-bit range.
-    {B::Decimal, Min32, Max32, "2147483647", true, Max32, ""},
-    {B::Decimal, Min32, Max32, "-2147483648", true, Min32, ""},
-    {B::Decimal, Min32, Max32, "2147483648", false, 0,
+    {IntBase::Decimal, Min32, Max32, "2147483647", true, Max32, ""},
+    {IntBase::Decimal, Min32, Max32, "-2147483648", true, Min32, ""},
+    {IntBase::Decimal, Min32, Max32, "2147483648", false, 0,
      "Expected a decimal integer: '2147483648'"},
-    {B::Decimal, Min32, Max32, "-2147483649", false, 0,
+    {IntBase::Decimal, Min32, Max32, "-2147483649", false, 0,
      "Expected a decimal integer: '-2147483649'"},
-    {B::Decimal, Min32, Max32, "99999999999999999999999", false, 0,
+    {IntBase::Decimal, Min32, Max32, "99999999999999999999999", false, 0,
      "Expected a decimal integer: '99999999999999999999999'"},
-    {B::Decimal, Min32, Max32, "0x10", false, 0,
+    {IntBase::Decimal, Min32, Max32, "0x10", false, 0,
      "Expected a decimal integer: '0x10'"},
-    {B::Decimal, Min32, Max32, "010", true, 10, ""},
-    {B::Decimal, Min32, Max32, "-0", true, 0, ""},
+    {IntBase::Decimal, Min32, Max32, "010", true, 10, ""},
+    {IntBase::Decimal, Min32, Max32, "-0", true, 0, ""},
     // Octal.
-    {B::Octal, Min32, Max32, "17", true, 15, ""},
-    {B::Octal, Min32, Max32, "-10", true, -8, ""},
-    {B::Octal, Min32, Max32, "8", false, 0, "Expected an octal integer: '8'"},
-    {B::Octal, Min32, Max32, "17777777777", true, Max32, ""},
-    {B::Octal, Min32, Max32, "20000000000", false, 0,
+    {IntBase::Octal, Min32, Max32, "17", true, 15, ""},
+    {IntBase::Octal, Min32, Max32, "-10", true, -8, ""},
+    {IntBase::Octal, Min32, Max32, "8", false, 0,
+     "Expected an octal integer: '8'"},
+    {IntBase::Octal, Min32, Max32, "17777777777", true, Max32, ""},
+    {IntBase::Octal, Min32, Max32, "20000000000", false, 0,
      "Expected an octal integer: '20000000000'"},
-    {B::Octal, 0, 7, "10", false, 0,
+    {IntBase::Octal, 0, 7, "10", false, 0,
      "Expected an octal integer between 0 and 7: '10'"},
     // Hexadecimal.
-    {B::Hexadecimal, Min32, Max32, "ff", true, 255, ""},
-    {B::Hexadecimal, Min32, Max32, "FF", true, 255, ""},
-    {B::Hexadecimal, Min32, Max32, "7fffffff", true, Max32, ""},
-    {B::Hexadecimal, Min32, Max32, "-80000000", true, Min32, ""},
-    {B::Hexadecimal, Min32, Max32, "80000000", false, 0,
+    {IntBase::Hexadecimal, Min32, Max32, "ff", true, 255, ""},
+    {IntBase::Hexadecimal, Min32, Max32, "FF", true, 255, ""},
+    {IntBase::Hexadecimal, Min32, Max32, "7fffffff", true, Max32, ""},
+    {IntBase::Hexadecimal, Min32, Max32, "-80000000", true, Min32, ""},
+    {IntBase::Hexadecimal, Min32, Max32, "80000000", false, 0,
      "Expected a hexadecimal integer: '80000000'"},
-    {B::Hexadecimal, Min32, Max32, "0x10", false, 0,
+    {IntBase::Hexadecimal, Min32, Max32, "0x10", false, 0,
      "Expected a hexadecimal integer: '0x10'"},
-    {B::Hexadecimal, Min32, Max32, "g", false, 0,
+    {IntBase::Hexadecimal, Min32, Max32, "g", false, 0,
      "Expected a hexadecimal integer: 'g'"},
-    {B::Hexadecimal, Min32, 255, "100", false, 0,
+    {IntBase::Hexadecimal, Min32, 255, "100", false, 0,
      "Expected a hexadecimal integer less than or equal to 255: '100'"},
     // Any base: the prefix chooses.
-    {B::Any, Min32, Max32, "0x1F", true, 31, ""},
-    {B::Any, Min32, Max32, "0X1f", true, 31, ""},
-    {B::Any, Min32, Max32, "017", true, 15, ""},
-    {B::Any, Min32, Max32, "0", true, 0, ""},
-    {B::Any, Min32, Max32, "19", true, 19, ""},
-    {B::Any, Min32, Max32, "-0x10", true, -16, ""},
-    {B::Any, Min32, Max32, " +0x10", true, 16, ""},
-    {B::Any, Min32, Max32, "08", false, 0, "Expected an integer: '08'"},
-    {B::Any, Min32, Max32, "0x", false, 0, "Expected an integer: '0x'"},
-    {B::Any, Min32, Max32, "0xg", false, 0, "Expected an integer: '0xg'"},
-    {B::Any, Min32, Max32, "1f", false, 0, "Expected an integer: '1f'"},
-    {B::Any, 1, 100, "0x65", false, 0,
+    {IntBase::Any, Min32, Max32, "0x1F", true, 31, ""},
+    {IntBase::Any, Min32, Max32, "0X1f", true, 31, ""},
+    {IntBase::Any, Min32, Max32, "017", true, 15, ""},
+    {IntBase::Any, Min32, Max32, "0", true, 0, ""},
+    {IntBase::Any, Min32, Max32, "19", true, 19, ""},
+    {IntBase::Any, Min32, Max32, "-0x10", true, -16, ""},
+    {IntBase::Any, Min32, Max32, " +0x10", true, 16, ""},
+    {IntBase::Any, Min32, Max32, "08", false, 0, "Expected an integer: '08'"},
+    {IntBase::Any, Min32, Max32, "0x", false, 0, "Expected an integer: '0x'"},
+    {IntBase::Any, Min32, Max32, "0xg", false, 0, "Expected an integer: '0xg'"},
+    {IntBase::Any, Min32, Max32, "1f", false, 0, "Expected an integer: '1f'"},
+    {IntBase::Any, 1, 100, "0x65", false, 0,
      "Expected an integer between 1 and 100: '0x65'"},
-    {B::Any, 1, Max32, "0", false, 0,
+    {IntBase::Any, 1, Max32, "0", false, 0,
      "Expected an integer greater than or equal to 1: '0'"},
 };
 
@@ -271,7 +271,7 @@ TEST(ClIntegerArg, ConversionTable) {
 }
 
 TEST(ClIntegerArg, EqualityComparesValues) {
-  ClIntegerArg Arg('n', "number", "n", "A number", B::Any);
+  ClIntegerArg Arg('n', "number", "n", "A number", IntBase::Any);
   Arg.ConvertAndStore("16");
   EXPECT_TRUE(Arg.Equals(SeparateOccurrence("0x10")));
   EXPECT_TRUE(Arg.Equals(SeparateOccurrence("020")));
@@ -427,15 +427,14 @@ TEST(ClCommandFileArg, BaseNamesTheParameterAndOpensFiles) {
   EXPECT_EQ(Arg.Open("/nonexistent/dir/opts.xcl"), nullptr);
   // A file of its own: the source file's name is relative to wherever the
   // build ran, not to where the test runs.
-  const std::string Path = ::testing::TempDir() + "cl_arg_test_opts.xcl";
-  std::ofstream(Path) << "--all\n--output=-\n";
+  const testsupport::TempDir Folder;
+  const std::string Path = Folder.Path("opts.xcl");
+  testsupport::WriteFile(Path, "--all\n--output=-\n");
   std::unique_ptr<std::istream> Opened = Arg.Open(Path);
   ASSERT_NE(Opened, nullptr);
   std::string FirstLine;
   std::getline(*Opened, FirstLine);
   EXPECT_EQ(FirstLine, "--all");
-  Opened.reset();
-  std::remove(Path.c_str());
 }
 
 } // namespace

@@ -2,16 +2,17 @@
 #include "cmdline/ClLine.h"
 #include "cmdline/ClCommandFile.h"
 #include "cmdline/ClParser.h"
+#include "tests/support/ClTestSupport.h"
+#include "tests/support/FailureScope.h"
 #include "tests/support/GeTextEncodingSupport.h"
 #include "tests/support/TestFiles.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <map>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -21,36 +22,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-/// A command-file option that reads files from a map instead of the disk.
-class MapFileArg : public ClCommandFileArg {
-public:
-  MapFileArg()
-      : ClCommandFileArg('f', "", "file",
-                         "Read command line options from file") {}
-
-  /// Files are told apart by name, unless Aliases maps a name to another.
-  ClFileId Identify(const std::string &Name) const override {
-    auto It = Aliases.find(Name);
-    ClFileId Id;
-    Id.Name = It == Aliases.end() ? Name : It->second;
-    return Id;
-  }
-  std::unique_ptr<std::istream> Open(const std::string &Name) const override {
-    ++Opened;
-    auto It = Files.find(Name);
-    if (It == Files.end())
-      return nullptr;
-    return std::make_unique<std::istringstream>(It->second);
-  }
-  void Announce(const std::string &Name) const override {
-    Announced.push_back(Name);
-  }
-
-  std::map<std::string, std::string> Files;
-  std::map<std::string, std::string> Aliases;
-  mutable int Opened = 0;
-  mutable Strings Announced;
-};
+using MapFileArg = cltest::MemoryFileArg;
 
 /// A map-backed command-file option that appends ".xcl" to names without a
 /// dot.
@@ -65,8 +37,8 @@ public:
 
 /// A small tree in the shape of a tool's: output once, check gathered, a
 /// flag, and the command-file option.
-struct Tree {
-  explicit Tree(ClCommandFileArg &FileArg) {
+struct LineTree {
+  explicit LineTree(ClCommandFileArg &FileArg) {
     Root.Add(std::make_unique<ClOnce>(Output));
     Root.Add(std::make_unique<ClOnce>(All));
     Check = &Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(CheckArg));
@@ -94,6 +66,19 @@ std::vector<std::string> Texts(const std::vector<ClToken> &Tokens) {
   return Result;
 }
 
+/// The error of type Error that Walk throws, or nothing (and a test
+/// failure) when it throws none.
+template <typename Error, typename Action>
+std::optional<Error> ErrorOf(Action &&Walk) {
+  try {
+    Walk();
+    ADD_FAILURE() << "no error";
+  } catch (const Error &E) {
+    return E;
+  }
+  return std::nullopt;
+}
+
 // Argument vectors
 // ---------------------------------------------------------------
 
@@ -117,7 +102,7 @@ TEST(ClLineArguments, ArgumentVectorSkipsTheProgramName) {
 
 TEST(ClLineWalk, LoneDashIsPositional) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"-", "a", "-"}).Walk(T.Root);
   EXPECT_EQ(Texts(R.Positional), (Strings{"-", "a", "-"}));
   EXPECT_EQ(R.Positional[2].Place.ArgIndex, 3);
@@ -125,7 +110,7 @@ TEST(ClLineWalk, LoneDashIsPositional) {
 
 TEST(ClLineWalk, OptionsAndPositionalsInOrder) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"src.c", "--output", "sel.txt", "--all",
                                   "--check=A,B", "other.c"})
                        .Walk(T.Root);
@@ -139,30 +124,28 @@ TEST(ClLineWalk, OptionsAndPositionalsInOrder) {
 
 TEST(ClLineWalk, SeparateParameterMissingAtTheEnd) {
   MapFileArg Files;
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClArgParser::ParseError>([&] {
     ClLine(Strings{"a", "-o"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClArgParser::ParseError &E) {
-    EXPECT_STREQ(E.what(), "Option requires a separate parameter: -o");
-    EXPECT_EQ(E.Place().ArgIndex, 2);
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_STREQ(E->what(), "Option requires a separate parameter: -o");
+  EXPECT_EQ(E->Place().ArgIndex, 2);
 }
 
 TEST(ClLineWalk, ParameterWithInitialDashIsRefused) {
   MapFileArg Files;
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClLine::ParaBeginsWithMinusError>([&] {
     ClLine(Strings{"-o", "-x"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::ParaBeginsWithMinusError &E) {
-    EXPECT_EQ(E.Message(), ClLineMessage::ParaBeginsWithMinus);
-    EXPECT_EQ(E.FillIns(), (Strings{"-o", "-x"}));
-    EXPECT_EQ(E.Option().Text, "-o");
-    EXPECT_EQ(E.Parameter().Text, "-x");
-    EXPECT_EQ(E.Parameter().Place.ArgIndex, 2);
-    EXPECT_EQ(E.Place().ArgIndex, 1);
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->Message(), ClLineMessage::ParaBeginsWithMinus);
+  EXPECT_EQ(E->FillIns(), (Strings{"-o", "-x"}));
+  EXPECT_EQ(E->Option().Text, "-o");
+  EXPECT_EQ(E->Parameter().Text, "-x");
+  EXPECT_EQ(E->Parameter().Place.ArgIndex, 2);
+  EXPECT_EQ(E->Place().ArgIndex, 1);
 }
 
 TEST(ClLineWalk, SeparateParameterTable) {
@@ -179,7 +162,7 @@ TEST(ClLineWalk, SeparateParameterTable) {
   };
   for (const Case &C : Cases) {
     MapFileArg Files;
-    Tree T(Files);
+    LineTree T(Files);
     ClLine Line(Strings{"--output", C.Para});
     if (C.Ok) {
       EXPECT_NO_THROW(Line.Walk(T.Root)) << C.Para;
@@ -193,20 +176,19 @@ TEST(ClLineWalk, SeparateParameterTable) {
 
 TEST(ClLineWalk, UnknownOptionsAreReportedTogetherAfterTheWalk) {
   MapFileArg Files;
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClLine::UnmatchedError>([&] {
     ClLine(Strings{"-q", "a", "--output=x", "--outputs", "--", "---", "-"})
         .Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::UnmatchedError &E) {
-    EXPECT_EQ(Texts(E.Arguments()), (Strings{"-q", "--outputs", "--", "---"}));
-    EXPECT_EQ(E.Arguments()[1].Place.ArgIndex, 4);
-    EXPECT_EQ(E.Message(), ClLineMessage::UnexpectedArguments);
-    EXPECT_EQ(E.FillIns(), (Strings{"-q", "--outputs", "--", "---"}));
-    EXPECT_STREQ(E.what(), "command-line message 2 \"-q\" \"--outputs\" "
-                           "\"--\" \"---\"");
-    EXPECT_TRUE(E.Place().IsNone());
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(Texts(E->Arguments()), (Strings{"-q", "--outputs", "--", "---"}));
+  EXPECT_EQ(E->Arguments()[1].Place.ArgIndex, 4);
+  EXPECT_EQ(E->Message(), ClLineMessage::UnexpectedArguments);
+  EXPECT_EQ(E->FillIns(), (Strings{"-q", "--outputs", "--", "---"}));
+  EXPECT_STREQ(E->what(), "command-line message 2 \"-q\" \"--outputs\" "
+                          "\"--\" \"---\"");
+  EXPECT_TRUE(E->Place().IsNone());
 }
 
 TEST(ClLineWalk, UnknownOptionsComeBeforeOccurrenceChecks) {
@@ -219,7 +201,7 @@ TEST(ClLineWalk, UnknownOptionsComeBeforeOccurrenceChecks) {
 
 TEST(ClLineWalk, AcceptedUnknownOptionsArePositional) {
   MapFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkSettings Settings;
   Settings.AcceptUnknownOptions = true;
   ClWalkResult R =
@@ -279,9 +261,6 @@ TEST(ClLineWalk, RecordedSeparateParameterKeepsItsTripleDash) {
 }
 
 TEST(ClLineWalk, UnknownMatchKindIsAnInternalFailure) {
-  struct Thrown {
-    std::string Text;
-  };
   class Broken : public ClAny {
   public:
     ClMatch Match(const ClToken &, const ClToken *) override {
@@ -290,15 +269,13 @@ TEST(ClLineWalk, UnknownMatchKindIsAnInternalFailure) {
       return M;
     }
   } Root;
-  auto Previous = GeSetInternalFailureHandler(
-      [](const std::string &Text) { throw Thrown{Text}; });
+  testsupport::ThrowingFailureScope Failures;
   try {
     ClLine(Strings{"x"}).Walk(Root);
     ADD_FAILURE() << "no failure";
-  } catch (const Thrown &T) {
-    EXPECT_EQ(T.Text, "Unknown ClArgPara");
+  } catch (const testsupport::InternalFailure &Failure) {
+    EXPECT_EQ(std::string(Failure.what()), "Unknown ClArgPara");
   }
-  GeSetInternalFailureHandler(Previous);
 }
 
 // Help and the first error
@@ -313,7 +290,7 @@ ClWalkSettings WithHelp() {
 TEST(ClLineWalk, HelpTokenStopsTheWalkWhereAnOptionMayStand) {
   MapFileArg Files;
   Files.Files["h"] = "--check=a\n--help\n--check=b";
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"src", "-f", "h", "-f", "missing"})
                        .Walk(T.Root, WithHelp());
   EXPECT_TRUE(R.HelpRequested);
@@ -343,7 +320,7 @@ TEST(ClLineWalk, HelpWinsOverEveryOtherErrorOfTheLine) {
       {"--bogus", "-f", "h"},
   };
   for (const Strings &Line : Lines) {
-    Tree T(Files);
+    LineTree T(Files);
     ClWalkResult R;
     EXPECT_NO_THROW(R = ClLine(Line).Walk(T.Root, WithHelp())) << Line[0];
     EXPECT_TRUE(R.HelpRequested) << Line[0] << ' ' << Line[1];
@@ -354,7 +331,7 @@ TEST(ClLineWalk, HelpTokenAsASeparateParameterIsThatParameter) {
   MapFileArg Files;
   Files.Files["p"] = "-o\n--help";
   for (const Strings &Line : {Strings{"-o", "--help"}, Strings{"-f", "p"}}) {
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Line).Walk(T.Root, WithHelp());
       ADD_FAILURE() << Line[1] << ": no error";
@@ -362,7 +339,7 @@ TEST(ClLineWalk, HelpTokenAsASeparateParameterIsThatParameter) {
       EXPECT_EQ(E.Parameter().Text, "--help");
     }
   }
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"-o", "---help"}).Walk(T.Root, WithHelp());
   EXPECT_FALSE(R.HelpRequested);
   EXPECT_EQ(T.Output.Value(), "-help");
@@ -370,15 +347,14 @@ TEST(ClLineWalk, HelpTokenAsASeparateParameterIsThatParameter) {
 
 TEST(ClLineWalk, HelpTokenIsMatchedWhole) {
   MapFileArg Files;
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClLine::UnmatchedError>([&] {
     ClLine(Strings{"--help=1", "--helps", "-help"}).Walk(T.Root, WithHelp());
-    FAIL() << "no error";
-  } catch (const ClLine::UnmatchedError &E) {
-    EXPECT_EQ(Texts(E.Arguments()), (Strings{"--help=1", "--helps", "-help"}));
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(Texts(E->Arguments()), (Strings{"--help=1", "--helps", "-help"}));
   // Without a help token "--help" is an unknown option like any other.
-  Tree Plain(Files);
+  LineTree Plain(Files);
   EXPECT_THROW(ClLine(Strings{"--help"}).Walk(Plain.Root),
                ClLine::UnmatchedError);
 }
@@ -387,12 +363,12 @@ TEST(ClLineWalk, FirstErrorIsRaisedAfterTheRestWasWalked) {
   MapFileArg Files;
   Files.Files["a"] = "--check=x";
   {
-    Tree T(Files);
+    LineTree T(Files);
     EXPECT_THROW(ClLine(Strings{"-o", "-x", "--bogus", "-o"}).Walk(T.Root),
                  ClLine::ParaBeginsWithMinusError);
   }
   {
-    Tree T(Files);
+    LineTree T(Files);
     EXPECT_THROW(
         ClLine(Strings{"--bogus", "-f", "nope", "-o", "-x"}).Walk(T.Root),
         ClLine::CommandFileNotFound);
@@ -401,7 +377,7 @@ TEST(ClLineWalk, FirstErrorIsRaisedAfterTheRestWasWalked) {
     // The files after the error are still read (a help token may be in
     // them), but no occurrence is checked.
     Files.Opened = 0;
-    Tree T(Files);
+    LineTree T(Files);
     EXPECT_THROW(ClLine(Strings{"-o", "-x", "-f", "a"}).Walk(T.Root),
                  ClLine::ParaBeginsWithMinusError);
     EXPECT_EQ(Files.Opened, 1);
@@ -415,7 +391,7 @@ TEST(ClLineWalk, FirstErrorIsRaisedAfterTheRestWasWalked) {
 TEST(ClLineCommandFile, TokensReplaceTheOptionInPlace) {
   MapFileArg Files;
   Files.Files["a.xcl"] = "--check=b\n  -o out.txt src2\n";
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R =
       ClLine(Strings{"--check=a", "src1", "-f", "a.xcl", "--check=c", "src3"})
           .Walk(T.Root);
@@ -430,15 +406,15 @@ TEST(ClLineCommandFile, TokensReplaceTheOptionInPlace) {
   EXPECT_EQ(Place.Position.Column(), 14u);
   EXPECT_EQ(Place.Position.Sequence(), &ClCommandFileLines());
   EXPECT_EQ(Place.Position.Text(true), "a.xcl\\2:14");
-  const ClValue &B = T.Check->Values()[1];
-  EXPECT_EQ(B.Place.Position.Line(), 1u);
-  EXPECT_EQ(B.Place.Position.Column(), 1u);
+  const ClValue &Second = T.Check->Values()[1];
+  EXPECT_EQ(Second.Place.Position.Line(), 1u);
+  EXPECT_EQ(Second.Place.Position.Column(), 1u);
 }
 
 TEST(ClLineCommandFile, ShortOptionWithAttachedName) {
   MapFileArg Files;
   Files.Files["a"] = "--all";
-  Tree T(Files);
+  LineTree T(Files);
   ClLine(Strings{"-fa"}).Walk(T.Root);
   EXPECT_TRUE(T.All.Value());
 }
@@ -448,7 +424,7 @@ TEST(ClLineCommandFile, NestedFilesExpandInPlace) {
   Files.Files["a"] = "--check=a1 -f b --check=a2";
   Files.Files["b"] = "--check=b1 -f c";
   Files.Files["c"] = "--check=c1";
-  Tree T(Files);
+  LineTree T(Files);
   ClLine(Strings{"--check=0", "-f", "a", "--check=9"}).Walk(T.Root);
   EXPECT_EQ(T.Checks(), (Strings{"0", "a1", "b1", "c1", "a2", "9"}));
 }
@@ -456,60 +432,56 @@ TEST(ClLineCommandFile, NestedFilesExpandInPlace) {
 TEST(ClLineCommandFile, FileNamingItselfIsRecursion) {
   MapFileArg Files;
   Files.Files["a"] = "--all\n  -f a";
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClLine::CommandFileRecursionError>([&] {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), "a");
-    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileRecursion);
-    EXPECT_EQ(E.FillIns(), Strings{"a"});
-    EXPECT_EQ(E.Place().Position.Line(), 2u);
-    EXPECT_EQ(E.Place().Position.Column(), 3u);
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "a");
+  EXPECT_EQ(E->Message(), ClLineMessage::CommandFileRecursion);
+  EXPECT_EQ(E->FillIns(), Strings{"a"});
+  EXPECT_EQ(E->Place().Position.Line(), 2u);
+  EXPECT_EQ(E->Place().Position.Column(), 3u);
 }
 
 TEST(ClLineCommandFile, CycleThroughTwoFilesIsRecursion) {
   MapFileArg Files;
   Files.Files["a"] = "-f b";
   Files.Files["b"] = "--check=x -f a";
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClLine::CommandFileRecursionError>([&] {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), "a");
-    EXPECT_EQ(E.Place().Position.File()->Name(), "b");
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "a");
+  EXPECT_EQ(E->Place().Position.File()->Name(), "b");
 }
 
 TEST(ClLineCommandFile, RecursionIsFoundByTheMappedName) {
   XclFileArg Files;
   Files.Files["a.xcl"] = "-f a.xcl";
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClLine::CommandFileRecursionError>([&] {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), "a.xcl");
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "a.xcl");
 }
 
 TEST(ClLineCommandFile, RecursionIsFoundByIdentityAndNamedAsRequested) {
   MapFileArg Files;
   Files.Files["a"] = "--check=x\n -f ./a";
   Files.Aliases["./a"] = "a";
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClLine::CommandFileRecursionError>([&] {
     ClLine(Strings{"-f", "a"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), "./a");
-    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileRecursion);
-    EXPECT_EQ(E.FillIns(), Strings{"./a"});
-    EXPECT_EQ(E.Place().Position.Line(), 2u);
-    EXPECT_EQ(E.Place().Position.Column(), 2u);
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "./a");
+  EXPECT_EQ(E->Message(), ClLineMessage::CommandFileRecursion);
+  EXPECT_EQ(E->FillIns(), Strings{"./a"});
+  EXPECT_EQ(E->Place().Position.Line(), 2u);
+  EXPECT_EQ(E->Place().Position.Column(), 2u);
   // Found before the second spelling is opened.
   EXPECT_EQ(Files.Opened, 1);
 }
@@ -521,7 +493,7 @@ TEST(ClLineCommandFile, EachFileIsAnnouncedOnceUnderItsFirstName) {
   Files.Files["b"] = "-f a";
   Files.Files["e"] = "";
   Files.Aliases["./a"] = "a";
-  Tree T(Files);
+  LineTree T(Files);
   ClLine(Strings{"-f", "b", "-f", "./a", "-f", "a", "-f", "e", "-f", "b"})
       .Walk(T.Root);
   EXPECT_EQ(T.Checks(), (Strings{"x", "y", "x", "x"}));
@@ -531,7 +503,7 @@ TEST(ClLineCommandFile, EachFileIsAnnouncedOnceUnderItsFirstName) {
 TEST(ClLineCommandFile, UnreadableFilesAreNotAnnounced) {
   MapFileArg Files;
   Files.Files["bad16"] = std::string("\xFF\xFE-", 3);
-  Tree T(Files);
+  LineTree T(Files);
   EXPECT_THROW(ClLine(Strings{"-f", "nope", "-f", "bad16"}).Walk(T.Root),
                ClLine::CommandFileNotFound);
   EXPECT_TRUE(Files.Announced.empty());
@@ -542,7 +514,7 @@ TEST(ClLineCommandFile, Utf16FileIsWalkedLikeItsUtf8Text) {
   const std::string Text = "--check=\xC3\xA4\n  -o \"\xE2\x82\xAC x\" src";
   for (GeTextEncoding::Encoding E : GeTextEncoding::AllEncodings) {
     Files.Files["u"] = GeTextEncoding::Encode(Text, E);
-    Tree T(Files);
+    LineTree T(Files);
     ClWalkResult R = ClLine(Strings{"-f", "u"}).Walk(T.Root);
     const char *Name = GeTextEncoding::Name(E);
     EXPECT_EQ(T.Checks(), (Strings{"\xC3\xA4"})) << Name;
@@ -557,22 +529,21 @@ TEST(ClLineCommandFile, MalformedUtf16IsPlacedAtTheOption) {
   MapFileArg Files;
   Files.Files["odd"] = std::string("\xFE\xFF\0-\0", 5);
   Files.Files["outer"] = "\n --all -f odd";
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClLine::CommandFileNotFound>([&] {
     ClLine(Strings{"-f", "outer"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileNotFound &E) {
-    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileNotFound);
-    EXPECT_EQ(E.FillIns(), Strings{"odd"});
-    EXPECT_EQ(E.Place().Position.Text(true), "outer\\2:8");
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->Message(), ClLineMessage::CommandFileNotFound);
+  EXPECT_EQ(E->FillIns(), Strings{"odd"});
+  EXPECT_EQ(E->Place().Position.Text(true), "outer\\2:8");
 }
 
 TEST(ClLineCommandFile, SameFileTwiceOneAfterTheOtherIsAllowed) {
   MapFileArg Files;
   Files.Files["a"] = "--check=x";
   Files.Files["b"] = "-f a -f a";
-  Tree T(Files);
+  LineTree T(Files);
   ClLine(Strings{"-f", "a", "-f", "a", "-f", "b"}).Walk(T.Root);
   EXPECT_EQ(T.Checks(), (Strings{"x", "x", "x", "x"}));
   EXPECT_EQ(Files.Opened, 5);
@@ -583,20 +554,19 @@ TEST(ClLineCommandFile, FileNamedAgainAfterItsLastTokenIsNotNested) {
   // all of a has been walked.
   MapFileArg Files;
   Files.Files["a"] = "--check=x -f";
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClArgParser::ParseError>([&] {
     ClLine(Strings{"-f", "a", "a"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClArgParser::ParseError &E) {
-    EXPECT_STREQ(E.what(), "Option requires a separate parameter: -f");
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_STREQ(E->what(), "Option requires a separate parameter: -f");
   EXPECT_EQ(Files.Opened, 2);
 }
 
 TEST(ClLineCommandFile, OptionAtTheEndOfAFileTakesTheNextTypedArgument) {
   MapFileArg Files;
   Files.Files["a"] = "--check=x -o";
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"-f", "a", "out.txt", "src"}).Walk(T.Root);
   EXPECT_EQ(T.Output.Value(), "out.txt");
   EXPECT_EQ(Texts(R.Positional), (Strings{"src"}));
@@ -604,24 +574,23 @@ TEST(ClLineCommandFile, OptionAtTheEndOfAFileTakesTheNextTypedArgument) {
 
 TEST(ClLineCommandFile, MissingFile) {
   MapFileArg Files;
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClLine::CommandFileNotFound>([&] {
     ClLine(Strings{"x", "-f", "nope"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileNotFound &E) {
-    EXPECT_EQ(E.FileName(), "nope");
-    EXPECT_EQ(E.Message(), ClLineMessage::CommandFileNotFound);
-    EXPECT_EQ(E.FillIns(), Strings{"nope"});
-    EXPECT_STREQ(E.what(), "command-line message 7 \"nope\"");
-    EXPECT_EQ(E.Place().ArgIndex, 2);
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "nope");
+  EXPECT_EQ(E->Message(), ClLineMessage::CommandFileNotFound);
+  EXPECT_EQ(E->FillIns(), Strings{"nope"});
+  EXPECT_STREQ(E->what(), "command-line message 7 \"nope\"");
+  EXPECT_EQ(E->Place().ArgIndex, 2);
 }
 
 TEST(ClLineCommandFile, EmptyFilesAddNothing) {
   MapFileArg Files;
   Files.Files["e"] = "";
   Files.Files["c"] = " /* x */ \n// y\n\t\r\n\"\" ";
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"-f", "e", "a", "-f", "c", "b"}).Walk(T.Root);
   EXPECT_EQ(Texts(R.Positional), (Strings{"a", "b"}));
 }
@@ -633,7 +602,7 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
   Files.Files["m"] = "-o\n-x";
   Files.Files["u"] = "\n  --unknown";
   {
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Strings{"-f", "q"}).Walk(T.Root);
       FAIL() << "no error";
@@ -648,7 +617,7 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
     EXPECT_FALSE(T.All.Value());
   }
   {
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Strings{"-f", "s"}).Walk(T.Root);
       FAIL() << "no error";
@@ -660,7 +629,7 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
     }
   }
   {
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Strings{"-f", "m"}).Walk(T.Root);
       FAIL() << "no error";
@@ -670,7 +639,7 @@ TEST(ClLineCommandFile, ErrorsInsideAFileCarryFilePositions) {
     }
   }
   {
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Strings{"-f", "u"}).Walk(T.Root);
       FAIL() << "no error";
@@ -694,7 +663,7 @@ TEST(ClLineCommandFile, LongChainOfDistinctFilesIsNotRecursion) {
     }
     int Last = 10000;
   } Files;
-  Tree T(Files);
+  LineTree T(Files);
   ClWalkResult R = ClLine(Strings{"-f", "0", "--check=after"}).Walk(T.Root);
   EXPECT_EQ(T.Checks(), (Strings{"end", "after"}));
   EXPECT_EQ(Files.Opened, 10001);
@@ -713,14 +682,13 @@ TEST(ClLineCommandFile, CycleAtTheEndOfALongChainIsFound) {
           "-f " + std::to_string(Index == 5000 ? 17 : Index + 1));
     }
   } Files;
-  Tree T(Files);
-  try {
+  LineTree T(Files);
+  const auto E = ErrorOf<ClLine::CommandFileRecursionError>([&] {
     ClLine(Strings{"-f", "0"}).Walk(T.Root);
-    FAIL() << "no error";
-  } catch (const ClLine::CommandFileRecursionError &E) {
-    EXPECT_EQ(E.FileName(), "17");
-    EXPECT_EQ(E.Place().Position.File()->Name(), "5000");
-  }
+  });
+  ASSERT_TRUE(E);
+  EXPECT_EQ(E->FileName(), "17");
+  EXPECT_EQ(E->Place().Position.File()->Name(), "5000");
 }
 
 /// A folder of files for the disk-based opener, removed afterwards.
@@ -755,7 +723,7 @@ TEST(ClLineCommandFile, OneFileUnderAnotherSpellingIsRecursion) {
   for (const std::string &Spelling : Spellings) {
     Dir.Write("x", "--check=a\n-f " + Spelling);
     DiskFileArg Files;
-    Tree T(Files);
+    LineTree T(Files);
     try {
       ClLine(Strings{"-f", Dir.Path("link")}).Walk(T.Root);
       ADD_FAILURE() << Spelling << ": no error";
@@ -774,7 +742,7 @@ TEST(ClLineCommandFile, DistinctFilesWithTheSameTextAreNotRecursion) {
   std::filesystem::create_symlink("y", Dir.Path("ly"));
   Dir.Write("x", "-f " + Dir.Path("copy") + " -f " + Dir.Path("ly"));
   DiskFileArg Files;
-  Tree T(Files);
+  LineTree T(Files);
   ClLine(
       Strings{"-f", Dir.Path("x"), "-f", Dir.Path("y"), "-f", Dir.Path("./y")})
       .Walk(T.Root);
@@ -785,13 +753,9 @@ TEST(ClLineCommandFile, DistinctFilesWithTheSameTextAreNotRecursion) {
 }
 
 TEST(ClLineCommandFile, BaseOpenerReadsBytesFromDisk) {
-  const std::string Name =
-      ::testing::TempDir() + "cmdline_walk_" +
-      std::to_string(reinterpret_cast<std::uintptr_t>(&Name)) + ".xcl";
-  {
-    std::ofstream Out(Name, std::ios_base::binary);
-    Out << "--check=a\r\n\"--check=b c\"\r\n";
-  }
+  DiskFolder Dir;
+  const std::string Name = Dir.Path("walk.xcl");
+  Dir.Write("walk.xcl", "--check=a\r\n\"--check=b c\"\r\n");
   ClCommandFileArg FileArg('f', "", "file",
                            "Read command line options from file");
   ClAny Root;
@@ -799,7 +763,6 @@ TEST(ClLineCommandFile, BaseOpenerReadsBytesFromDisk) {
   auto &Checks = Root.Add(std::make_unique<ClMultiVal<ClStringSetArg>>(Check));
   Root.Add(std::make_unique<ClMultiVal<ClCommandFileArg>>(FileArg));
   ClLine(Strings{"-f", Name}).Walk(Root);
-  std::remove(Name.c_str());
   ASSERT_EQ(Checks.Values().size(), 2u);
   EXPECT_EQ(Checks.Values()[0].Text, "a");
   EXPECT_EQ(Checks.Values()[1].Text, "b c");

@@ -2,6 +2,7 @@
 // combination rules and their messages, descriptions, option collection.
 #include "cmdline/ClParser.h"
 #include "cmdline/ClLine.h"
+#include "tests/support/FailureScope.h"
 
 #include <gtest/gtest.h>
 
@@ -330,20 +331,15 @@ TEST(ClGroupParser, FirstMatchingChildWinsAndIsMarkedUsed) {
 }
 
 TEST(ClGroupParser, StoreOnAGroupIsAnInternalFailure) {
-  struct Thrown {
-    std::string Text;
-  };
-  auto Previous = GeSetInternalFailureHandler(
-      [](const std::string &Text) { throw Thrown{Text}; });
+  testsupport::ThrowingFailureScope Failures;
   ClAny Group;
   try {
     Group.Store(ClOccurrence());
     ADD_FAILURE() << "no failure";
-  } catch (const Thrown &T) {
-    EXPECT_EQ(T.Text,
+  } catch (const testsupport::InternalFailure &Failure) {
+    EXPECT_EQ(std::string(Failure.what()),
               "ClParser::Store called on a parser node that holds no option");
   }
-  GeSetInternalFailureHandler(Previous);
 }
 
 struct CombinationCase {

@@ -50,21 +50,15 @@ TEST(MsConsoleReportTest, OneErrorSummaryIsTwo) {
 }
 
 TEST(MsConsoleReportTest, HumanFormWithoutPosition) {
-  std::ostringstream Err, Out;
-  MsConsoleConcrete Console(Err, Out);
-  const MsConsole::MessageDef Lc[] = {
-      {MsConsole::Suppressed, nullptr},
-      {MsConsole::FatalError, "internal error"},
-      {MsConsole::ErrorFixed, "could not open file %sq"}};
-  Console.AddSubSystem("Lc", Lc, 1, 2);
-  Console.Start();
-  Console.Report(MsTag("Lc", 2), MsConsole::ErrorFixed, "x.txt");
-  EXPECT_EQ(Err.str(), "Error[Lc002]: could not open file \"x.txt\"\n");
-  EXPECT_EQ(Out.str(), "");
-  ASSERT_EQ(Console.Messages().size(), 1u);
-  EXPECT_EQ(Console.Messages()[0].Tag, MsTag("Lc", 2));
-  EXPECT_EQ(Console.Messages()[0].Lvl, MsConsole::ErrorFixed);
-  EXPECT_EQ(Console.Messages()[0].Text, "could not open file \"x.txt\"");
+  ConsoleFixture F;
+  F.Console.Start();
+  F.Console.Report(Tt(2), MsConsole::ErrorFixed, "x.txt");
+  EXPECT_EQ(F.Err.str(), "Error[Tt002]: fixed error \"x.txt\"\n");
+  EXPECT_EQ(F.Out.str(), "");
+  ASSERT_EQ(F.Console.Messages().size(), 1u);
+  EXPECT_EQ(F.Console.Messages()[0].Tag, Tt(2));
+  EXPECT_EQ(F.Console.Messages()[0].Lvl, MsConsole::ErrorFixed);
+  EXPECT_EQ(F.Console.Messages()[0].Text, "fixed error \"x.txt\"");
 }
 
 TEST(MsConsoleReportTest, PercentInFillInIsPrintedAsItStands) {

@@ -7,6 +7,7 @@
 #include "console/MsTempFileRegistry.h"
 #include "tests/support/GeFakeDisk.h"
 #include "tests/support/MsConsoleTestSupport.h"
+#include "tests/support/OutputCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -880,47 +881,38 @@ TEST(MsOutputStreamVolatileTest, MissingFolderGivesMs003) {
 
 TEST(MsOutputStreamConsoleTest, WritesToStandardOutput) {
   Fixture F;
-  std::ostringstream Captured;
-  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  testsupport::StreamCapture Captured(std::cout);
   auto File = MsOutputStream::Open(F.Console, Kind::Console, "-");
   ASSERT_TRUE(File);
   EXPECT_EQ(File->Path(), "-");
   File->Stream() << "to the console\n";
-  bool Written = File->Close();
-  std::cout.rdbuf(Saved);
-  EXPECT_TRUE(Written);
-  EXPECT_EQ(Captured.str(), "to the console\n");
+  EXPECT_TRUE(File->Close());
+  EXPECT_EQ(Captured.Text(), "to the console\n");
   EXPECT_TRUE(F.Written().empty());
   EXPECT_EQ(F.Err.str(), "");
 }
 
 TEST(MsOutputStreamConsoleTest, TextReachesStandardOutputAtTheClose) {
   Fixture F;
-  std::ostringstream Captured;
-  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  testsupport::StreamCapture Captured(std::cout);
   auto File = MsOutputStream::Open(F.Console, Kind::Console, "-");
   ASSERT_TRUE(File);
   File->Stream() << "list\n";
   std::cout << "before\n";
-  const std::string Meanwhile = Captured.str();
-  bool Written = File->Close();
-  std::cout.rdbuf(Saved);
-  EXPECT_TRUE(Written);
-  EXPECT_EQ(Meanwhile, "before\n");
-  EXPECT_EQ(Captured.str(), "before\nlist\n");
+  EXPECT_EQ(Captured.Text(), "before\n");
+  EXPECT_TRUE(File->Close());
+  EXPECT_EQ(Captured.Text(), "before\nlist\n");
 }
 
 TEST(MsOutputStreamConsoleTest, AbandonedFileWritesNothing) {
   Fixture F;
-  std::ostringstream Captured;
-  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  testsupport::StreamCapture Captured(std::cout);
   {
     auto File = MsOutputStream::Open(F.Console, Kind::Console, "-");
     ASSERT_TRUE(File);
     File->Stream() << "never\n";
   }
-  std::cout.rdbuf(Saved);
-  EXPECT_EQ(Captured.str(), "");
+  EXPECT_EQ(Captured.Text(), "");
   EXPECT_EQ(F.Err.str(), "");
 }
 
@@ -929,8 +921,7 @@ TEST(MsOutputStreamConsoleTest, MinusIsStandardOutputForEveryKind) {
   std::filesystem::path Previous = std::filesystem::current_path();
   std::filesystem::current_path(Dir.Root());
   Fixture F;
-  std::ostringstream Captured;
-  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  testsupport::StreamCapture Captured(std::cout);
   for (Kind K : {Kind::Temp, Kind::Volatile}) {
     auto File = MsOutputStream::Open(F.Console, K, "-", Mode::Binary);
     if (File) {
@@ -940,9 +931,8 @@ TEST(MsOutputStreamConsoleTest, MinusIsStandardOutputForEveryKind) {
     }
     EXPECT_TRUE(File);
   }
-  std::cout.rdbuf(Saved);
   std::filesystem::current_path(Previous);
-  EXPECT_EQ(Captured.str(), "out\nout\n");
+  EXPECT_EQ(Captured.Text(), "out\nout\n");
   EXPECT_TRUE(NamesIn(Dir.Root()).empty());
   EXPECT_TRUE(F.Written().empty());
 }
@@ -958,24 +948,21 @@ TEST(MsOutputStreamConsoleTest, RefusedWriteGivesMs004) {
           Text, std::min(Count, std::max<std::streamsize>(Room, 0)));
     }
   } Target;
-  std::streambuf *Saved = std::cout.rdbuf(&Target);
+  testsupport::StreamRedirect Stdout(std::cout, Target);
   auto File = MsOutputStream::Open(F.Console, Kind::Console, "-");
+  ASSERT_TRUE(File);
   File->Stream() << "too long\n";
-  bool Written = File->Close();
-  std::cout.rdbuf(Saved);
-  EXPECT_FALSE(Written);
+  EXPECT_FALSE(File->Close());
   EXPECT_EQ(F.Err.str(), Expected("Ms004", "problem writing to file", "-"));
 }
 
 TEST(MsOutputStreamConsoleTest, FailedStreamGivesMs004) {
   Fixture F;
-  std::ostringstream Captured;
-  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  testsupport::StreamCapture Captured(std::cout);
   auto File = MsOutputStream::Open(F.Console, Kind::Console, "-");
+  ASSERT_TRUE(File);
   File->Stream().setstate(std::ios_base::badbit);
-  bool Written = File->Close();
-  std::cout.rdbuf(Saved);
-  EXPECT_FALSE(Written);
+  EXPECT_FALSE(File->Close());
   EXPECT_EQ(F.Err.str(), Expected("Ms004", "problem writing to file", "-"));
   // The failure stayed with the file.
   EXPECT_TRUE(std::cout.good());

@@ -6,6 +6,7 @@
 #include "console/MsConsoleConcrete.h"
 #include "console/MsMessageFormatter.h"
 #include "tests/support/MsConsoleTestSupport.h"
+#include "tests/support/OutputCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -345,18 +346,14 @@ TEST(MsSubSystemTest, ListOverTheMainInputOrOutputIsAnIllegalPath) {
 
 TEST(MsSubSystemTest, ListOnStandardOutputBesidesTheMainOutput) {
   DependFixture F({"--dependencies=m", "-"}, "-");
-  std::ostringstream Captured;
-  std::streambuf *Saved = std::cout.rdbuf(Captured.rdbuf());
+  testsupport::StreamCapture Captured(std::cout);
   F.Options.Apply(F.Console, F.Stdout);
   F.Console.Start();
   F.Console.AnnounceFile("m.txt");
-  const std::string BeforeSummary = Captured.str();
+  EXPECT_EQ(Captured.Text(), "");
   std::ostringstream Summary;
-  const int Status = F.Console.Summary(Summary);
-  std::cout.rdbuf(Saved);
-  EXPECT_EQ(Status, 0);
-  EXPECT_EQ(BeforeSummary, "");
-  EXPECT_EQ(Captured.str(), "-: m.txt\n");
+  EXPECT_EQ(F.Console.Summary(Summary), 0);
+  EXPECT_EQ(Captured.Text(), "-: m.txt\n");
   EXPECT_EQ(F.Err.str(), "");
 }
 

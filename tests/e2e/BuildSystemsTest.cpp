@@ -19,7 +19,7 @@ namespace {
 
 enum class Driver { Make, Ninja, CMakeNinja, CMakeMakefiles };
 
-struct Case {
+struct BuildCase {
   const char *Name;
   Driver With;
   /// Whether the tool folder and the command file have a blank and a dollar
@@ -27,7 +27,7 @@ struct Case {
   bool OddNames;
 };
 
-std::ostream &operator<<(std::ostream &Out, const Case &C) {
+std::ostream &operator<<(std::ostream &Out, const BuildCase &C) {
   return Out << C.Name;
 }
 
@@ -67,10 +67,10 @@ std::string SetNinjaVariable(const std::string &File, const std::string &Name,
 /// A project folder with a copy of examples/, a tool folder holding
 /// bin/chksel (a link to the built program) and its manifest, and a command
 /// file.
-class BuildSystemsTest : public ::testing::TestWithParam<Case> {
+class BuildSystemsTest : public ::testing::TestWithParam<BuildCase> {
 protected:
   void SetUp() override {
-    const Case &C = GetParam();
+    const BuildCase &C = GetParam();
     Tool = Dir.Path(C.OddNames ? "my tools$" : "tools");
     Project = Dir.Path("project");
     fs::create_directories(Tool + "/bin");
@@ -199,7 +199,7 @@ TEST_P(BuildSystemsTest, RunsChkselWhenAnInputChanges) {
   EXPECT_FALSE(BuildRanChksel()) << "build after that";
 }
 
-const Case Cases[] = {
+const BuildCase BuildCases[] = {
     {"GnuMake", Driver::Make, false},
     {"GnuMakeOddNames", Driver::Make, true},
     {"Ninja", Driver::Ninja, false},
@@ -210,7 +210,8 @@ const Case Cases[] = {
     {"CMakeMakefilesOddNames", Driver::CMakeMakefiles, true},
 };
 
-INSTANTIATE_TEST_SUITE_P(Examples, BuildSystemsTest, ::testing::ValuesIn(Cases),
+INSTANTIATE_TEST_SUITE_P(Examples, BuildSystemsTest,
+                         ::testing::ValuesIn(BuildCases),
                          [](const auto &Info) { return Info.param.Name; });
 
 /// A run of chksel that fails leaves behind the output it created; the
@@ -231,8 +232,8 @@ TEST_P(MakeFailureTest, FailedRunLeavesNoOutput) {
   EXPECT_FALSE(Exists(Output));
 }
 
-const Case MakeCases[] = {{"GnuMake", Driver::Make, false},
-                          {"GnuMakeOddNames", Driver::Make, true}};
+const BuildCase MakeCases[] = {{"GnuMake", Driver::Make, false},
+                               {"GnuMakeOddNames", Driver::Make, true}};
 
 INSTANTIATE_TEST_SUITE_P(Examples, MakeFailureTest,
                          ::testing::ValuesIn(MakeCases),

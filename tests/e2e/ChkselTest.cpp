@@ -10,30 +10,30 @@ using namespace e2e;
 
 namespace {
 
-const char Manifest[] = "checkname=Alpha\n"
-                        "package=P\n"
-                        "group=G1\n"
-                        "default=on\n"
-                        "\n"
-                        "checkname=Beta\n"
-                        "package=P\n"
-                        "group=G1\n"
-                        "group=G2\n"
-                        "default=off\n"
-                        "\n"
-                        "checkname=Gamma\n"
-                        "package=Q\n"
-                        "group=G2\n"
-                        "default=on\n"
-                        "\n"
-                        "checkname=Hidden\n"
-                        "package=P\n"
-                        "visible=no\n"
-                        "\n";
+const char GroupedManifest[] = "checkname=Alpha\n"
+                               "package=P\n"
+                               "group=G1\n"
+                               "default=on\n"
+                               "\n"
+                               "checkname=Beta\n"
+                               "package=P\n"
+                               "group=G1\n"
+                               "group=G2\n"
+                               "default=off\n"
+                               "\n"
+                               "checkname=Gamma\n"
+                               "package=Q\n"
+                               "group=G2\n"
+                               "default=on\n"
+                               "\n"
+                               "checkname=Hidden\n"
+                               "package=P\n"
+                               "visible=no\n"
+                               "\n";
 
 class ChkselTest : public FolderTest {
 protected:
-  void SetUp() override { Write("m.txt", Manifest); }
+  void SetUp() override { Write("m.txt", GroupedManifest); }
 };
 
 TEST_F(ChkselTest, NoArgumentsWritesNothingAndSucceeds) {

@@ -22,19 +22,19 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char Manifest[] = "checkname=Alpha\n"
-                        "package=P\n"
-                        "\n"
-                        "checkname=Beta\n"
-                        "package=P\n"
-                        "\n"
-                        "checkname=\xC3\x84rger\n"
-                        "package=Q\n"
-                        "\n";
+const char NonAsciiManifest[] = "checkname=Alpha\n"
+                                "package=P\n"
+                                "\n"
+                                "checkname=Beta\n"
+                                "package=P\n"
+                                "\n"
+                                "checkname=\xC3\x84rger\n"
+                                "package=Q\n"
+                                "\n";
 
 class CommandFileTest : public FolderTest {
 protected:
-  void SetUp() override { Write("m.txt", Manifest); }
+  void SetUp() override { Write("m.txt", NonAsciiManifest); }
 
   /// Writes c0.xcl .. c<Count - 1>.xcl, each but the last naming the next;
   /// the last one holds Last.
@@ -106,7 +106,7 @@ TEST_F(CommandFileTest, MalformedUtf16CannotBeOpened) {
 }
 
 TEST_F(CommandFileTest, MarkInTheManifestStaysPartOfTheFirstKey) {
-  Write("bom.txt", std::string("\xEF\xBB\xBF") + Manifest);
+  Write("bom.txt", std::string("\xEF\xBB\xBF") + NonAsciiManifest);
   RunResult R = RunHere({"--manifest=bom.txt", "--all", "--output=-"});
   EXPECT_EQ(R.Status, 0);
   EXPECT_EQ(R.Err, "");

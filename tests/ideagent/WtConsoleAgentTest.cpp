@@ -3,8 +3,9 @@
 // from child processes.
 #include "ideagent/WtConsoleAgent.h"
 
-#include "tests/support/WtProtocolParser.h"
 #include "tests/support/MsConsoleTestSupport.h"
+#include "tests/support/OutputCapture.h"
+#include "tests/support/WtProtocolParser.h"
 
 #include <gtest/gtest.h>
 
@@ -53,11 +54,8 @@ protected:
 /// Points std::cout at a RecordingBuf for one test.
 class WtConsoleAgentTest : public ::testing::Test {
 protected:
-  void SetUp() override { Saved = std::cout.rdbuf(&Buf); }
-  void TearDown() override { std::cout.rdbuf(Saved); }
-
   RecordingBuf Buf;
-  std::streambuf *Saved = nullptr;
+  testsupport::StreamRedirect Stdout{std::cout, Buf};
 };
 
 TEST_F(WtConsoleAgentTest, EachCallIsOneLineWrittenInOnePieceAndFlushed) {

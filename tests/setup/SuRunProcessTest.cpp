@@ -1,6 +1,8 @@
 // Whole-process behaviour of the run function: fault_probe is run as a child
 // process for each failure kind, and its report line and exit status are
 // checked.
+#include "tests/support/TestFiles.h"
+
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -9,9 +11,7 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -37,13 +37,6 @@ struct ProbeResult {
   std::string Err;
 };
 
-std::string ReadFile(const std::string &Path) {
-  std::ifstream In(Path, std::ios::binary);
-  std::ostringstream Text;
-  Text << In.rdbuf();
-  return Text.str();
-}
-
 /// The child's environment: ours, with the sanitizers told to leave the fault
 /// signals to the program and fake sign-on mode removed.
 std::vector<std::string> ChildEnvironment() {
@@ -65,12 +58,9 @@ std::vector<std::string> ChildEnvironment() {
 
 ProbeResult RunProgram(const std::string &ProgramPath,
                        const std::string &Action) {
-  static int Counter = 0;
-  const std::string Base = ::testing::TempDir() + "fault_probe_" +
-                           std::to_string(::getpid()) + "_" +
-                           std::to_string(Counter++);
-  const std::string OutPath = Base + ".out";
-  const std::string ErrPath = Base + ".err";
+  const testsupport::TempDir Folder;
+  const std::string OutPath = Folder.Path("probe.out");
+  const std::string ErrPath = Folder.Path("probe.err");
 
   std::vector<std::string> Env = ChildEnvironment();
   std::vector<char *> EnvPointers;
@@ -102,10 +92,8 @@ ProbeResult RunProgram(const std::string &ProgramPath,
     Result.ExitStatus = WEXITSTATUS(Status);
   else if (WIFSIGNALED(Status))
     Result.Signal = WTERMSIG(Status);
-  Result.Out = ReadFile(OutPath);
-  Result.Err = ReadFile(ErrPath);
-  std::remove(OutPath.c_str());
-  std::remove(ErrPath.c_str());
+  Result.Out = testsupport::ReadFileOr(OutPath, "");
+  Result.Err = testsupport::ReadFileOr(ErrPath, "");
   return Result;
 }
 

@@ -8,48 +8,27 @@
 #include "cmdline/ClHelp.h"
 #include "console/MsConsoleConcrete.h"
 #include "general/GeInternalFailure.h"
+#include "tests/support/FailureScope.h"
+#include "tests/support/OutputCapture.h"
+#include "tests/support/TestFiles.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <iostream>
-#include <stdexcept>
 #include <sstream>
+#include <stdexcept>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
-void Throw(const std::string &Text) { throw std::logic_error(Text); }
-
-/// Makes internal failures throw for the length of a test, and restores
-/// standard output when a test redirected it.
+/// Makes internal failures throw for the length of a test.
 class SuSetupRunTest : public ::testing::Test {
 protected:
-  void SetUp() override { Previous = GeSetInternalFailureHandler(&Throw); }
-  void TearDown() override { GeSetInternalFailureHandler(Previous); }
-  GeInternalFailureHandler Previous = nullptr;
-};
-
-/// Standard output captured for the lifetime of the object; the console of
-/// a test writes its own output into the same text.
-class CapturedStdout {
-public:
-  CapturedStdout() : Saved(std::cout.rdbuf(Text.rdbuf())) {}
-  ~CapturedStdout() { std::cout.rdbuf(Saved); }
-  std::string Str() {
-    std::cout.flush();
-    return Text.str();
-  }
-  std::ostringstream Text;
-
-private:
-  std::streambuf *Saved;
+  testsupport::ThrowingFailureScope Failures;
 };
 
 /// An argument vector over Arguments, null-terminated.
@@ -122,9 +101,10 @@ std::string RunAndReport(std::vector<std::string> Arguments,
         Log += " " + Arg->DisplayName();
       Log += "; ";
     };
-  CapturedStdout Stdout;
+  // The console's own output and std::cout end in the same text.
+  testsupport::StreamCapture Stdout(std::cout);
   std::ostringstream Err;
-  MsConsoleConcrete Console(Err, Stdout.Text);
+  MsConsoleConcrete Console(Err, Stdout.Sink());
   try {
     SuRunResult Result =
         SuSetupRun(Console, static_cast<int>(Arguments.size()), Argv.data(),
@@ -132,7 +112,7 @@ std::string RunAndReport(std::vector<std::string> Arguments,
     return Err.str() + Log + "proceed " + std::to_string(Result.Proceed) +
            " failed " + std::to_string(Result.Failed) + " program " +
            SuProgramPath();
-  } catch (const std::logic_error &Failure) {
+  } catch (const testsupport::InternalFailure &Failure) {
     return std::string("internal failure: ") + Failure.what();
   }
 }
@@ -218,9 +198,10 @@ std::string RunKindOne(std::vector<std::string> Arguments,
   ThirdLineSystem System(Log);
   SuToolOptions Options;
   std::vector<char *> Argv = VectorOf(Arguments);
-  CapturedStdout Stdout;
+  // The console's own output and std::cout end in the same text.
+  testsupport::StreamCapture Stdout(std::cout);
   std::ostringstream Err;
-  MsConsoleConcrete Console(Err, Stdout.Text);
+  MsConsoleConcrete Console(Err, Stdout.Sink());
   SuRunConfiguration Config;
   Config.ToolKind = 1;
   Config.AcceptsSourceFiles = 1;
@@ -229,7 +210,7 @@ std::string RunKindOne(std::vector<std::string> Arguments,
   SuRunResult Result =
       SuSetupRun(Console, static_cast<int>(Arguments.size()), Argv.data(),
                  Options, {&System}, Config);
-  return Log + Err.str() + "[" + Stdout.Str() + "] proceed " +
+  return Log + Err.str() + "[" + Stdout.Text() + "] proceed " +
          std::to_string(Result.Proceed) + " failed " +
          std::to_string(Result.Failed);
 }
@@ -262,17 +243,13 @@ TEST_F(SuSetupRunTest, DeprecatedOptionIsAWarning) {
 }
 
 TEST_F(SuSetupRunTest, DistributeMfcIntoAFolderUsesTheDefaultName) {
-  const std::string Folder = ::testing::TempDir() + "distribute-" +
-                             std::to_string(::getpid());
-  std::filesystem::create_directory(Folder);
-  EXPECT_EQ(RunKindOne({"prog", "x.c", "--distribute_mfc", Folder}),
-            "kind 1 sources 1 source state 0 target state 0; [] proceed 0 "
-            "failed 0");
-  std::ifstream In(Folder + "/separate_commands.txt");
-  const std::string Text((std::istreambuf_iterator<char>(In)),
-                         std::istreambuf_iterator<char>());
-  EXPECT_EQ(Text, " x.c\n");
-  std::filesystem::remove_all(Folder);
+  testsupport::TempDir Folder;
+  EXPECT_EQ(
+      RunKindOne({"prog", "x.c", "--distribute_mfc", Folder.Root().string()}),
+      "kind 1 sources 1 source state 0 target state 0; [] proceed 0 "
+      "failed 0");
+  EXPECT_EQ(testsupport::ReadFileOr(Folder.Path("separate_commands.txt"), ""),
+            " x.c\n");
 }
 
 TEST_F(SuSetupRunTest, HelpShowsTheThirdBannerLine) {
@@ -286,13 +263,9 @@ TEST_F(SuSetupRunTest, HelpShowsTheThirdBannerLine) {
 }
 
 TEST_F(SuSetupRunTest, WalkErrorsAreCommandLineErrors) {
-  const std::string Folder = ::testing::TempDir();
-  const std::string Unclosed = Folder + "unclosed-" +
-                               std::to_string(::getpid()) + ".xcl";
-  {
-    std::ofstream Out(Unclosed);
-    Out << "--mfc /* open";
-  }
+  testsupport::TempDir Folder;
+  const std::string Unclosed = Folder.Path("unclosed.xcl");
+  testsupport::WriteFile(Unclosed, "--mfc /* open");
   const struct {
     std::vector<std::string> Args;
     std::string Err;
@@ -309,7 +282,6 @@ TEST_F(SuSetupRunTest, WalkErrorsAreCommandLineErrors) {
   for (const auto &Case : Cases)
     EXPECT_EQ(RunKindOne(Case.Args), Case.Err + "[] proceed 0 failed 1")
         << Case.Args.back();
-  std::filesystem::remove(Unclosed);
 }
 
 TEST(SuCommandFileArgTest, NameWithoutExtensionGetsXcl) {
@@ -327,12 +299,14 @@ TEST(SuCommandFileArgTest, NameWithoutExtensionGetsXcl) {
 TEST(SuCommandFileArgTest, DirectoryAndMissingFileDoNotOpen) {
   MsConsoleConcrete Console;
   SuCommandFileArg Arg(Console);
-  EXPECT_EQ(Arg.Open(::testing::TempDir()), nullptr);
-  EXPECT_EQ(Arg.Open(::testing::TempDir() + "no-such-file.xcl"), nullptr);
+  testsupport::TempDir Folder;
+  EXPECT_EQ(Arg.Open(Folder.Root().string()), nullptr);
+  EXPECT_EQ(Arg.Open(Folder.Path("no-such-file.xcl")), nullptr);
 }
 
 TEST(SuOutputFileNameTest, FileOrDirectory) {
-  std::string Dir = ::testing::TempDir();
+  testsupport::TempDir Folder;
+  const std::string Dir = Folder.Root().string();
   EXPECT_EQ(SuOutputFileName("tables", "diagnostics_tables", ".txt"),
             "tables.txt");
   EXPECT_EQ(SuOutputFileName("tables.lst", "diagnostics_tables", ".txt"),

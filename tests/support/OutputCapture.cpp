@@ -12,13 +12,16 @@
 
 namespace testsupport {
 
-StreamCapture::StreamCapture(std::ostream &Captured)
-    : Stream(Captured), Saved(Captured.rdbuf(Buffer.rdbuf())) {}
+StreamRedirect::StreamRedirect(std::ostream &Redirected, std::streambuf &Target)
+    : Stream(Redirected), Saved(Redirected.rdbuf(&Target)) {}
 
-StreamCapture::~StreamCapture() {
+StreamRedirect::~StreamRedirect() {
   Stream.rdbuf(Saved);
   Stream.clear();
 }
+
+StreamCapture::StreamCapture(std::ostream &Captured)
+    : Redirect(Captured, *Buffer.rdbuf()) {}
 
 StdStreamCapture::StdStreamCapture() : Out(std::cout), Err(std::cerr) {}
 

@@ -9,21 +9,36 @@
 
 namespace testsupport {
 
+/// Points Stream at the buffer Target while it lives, and gives the stream
+/// its own buffer back and clears its state on destruction. Target belongs
+/// to the caller and outlives the redirection; it is how a test puts a
+/// buffer of its own (one that refuses or records writes) under a stream.
+class StreamRedirect {
+public:
+  StreamRedirect(std::ostream &Redirected, std::streambuf &Target);
+  ~StreamRedirect();
+  StreamRedirect(const StreamRedirect &) = delete;
+  StreamRedirect &operator=(const StreamRedirect &) = delete;
+
+private:
+  std::ostream &Stream;
+  std::streambuf *Saved;
+};
+
 /// Sends what is written to Stream into a string while it lives, and gives
 /// the stream its buffer back and clears its state on destruction.
 class StreamCapture {
 public:
   explicit StreamCapture(std::ostream &Captured);
-  ~StreamCapture();
-  StreamCapture(const StreamCapture &) = delete;
-  StreamCapture &operator=(const StreamCapture &) = delete;
 
   std::string Text() const { return Buffer.str(); }
+  /// The string stream the text collects in, for code under test that is
+  /// handed a stream of its own besides writing to the captured one.
+  std::ostream &Sink() { return Buffer; }
 
 private:
-  std::ostream &Stream;
   std::ostringstream Buffer;
-  std::streambuf *Saved;
+  StreamRedirect Redirect;
 };
 
 /// Sends std::cout and std::cerr into strings while it lives.

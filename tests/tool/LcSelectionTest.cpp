@@ -480,10 +480,10 @@ public:
                      .toupper(static_cast<char>(I));
   }
 
-  bool Select(const LcRecord &Record, std::string_view &Name) const {
+  bool Select(const LcRecord &Checked, std::string_view &Name) const {
     std::string_view Pending;
     bool Selected = false;
-    for (const LcAttribute &Attribute : Record) {
+    for (const LcAttribute &Attribute : Checked) {
       std::string_view Key = Attribute.Key();
       std::string_view Value = Attribute.Value();
       if (Equal(Key, "checkname")) {
@@ -924,11 +924,9 @@ TEST_F(SelectionFiles, StandardOutputWriteFailureReportsProblemWriting) {
     struct RefusingBuf : std::streambuf {
       int_type overflow(int_type) override { return traits_type::eof(); }
     } Refusing;
-    std::streambuf *Previous = std::cout.rdbuf(&Refusing);
+    testsupport::StreamRedirect Stdout(std::cout, Refusing);
     EXPECT_THROW(Run(), MsConsoleException);
-    std::cout.rdbuf(Previous);
   }
-  std::cout.clear();
   ASSERT_EQ(Console.Messages().size(), Before + 1)
       << "the group pass must not run";
   const MsConsoleConcrete::Released &M = Console.Messages().back();
