@@ -44,6 +44,17 @@ inline std::vector<std::string> Pieces(const std::uint8_t *Data,
   return Result;
 }
 
+/// Splits an input into its first byte, which the harness reads as its
+/// settings, and the bytes after it; false for an empty input.
+inline bool SplitSettings(const std::uint8_t *Data, std::size_t Size,
+                          std::uint8_t &Settings, std::string &Rest) {
+  if (Size == 0)
+    return false;
+  Settings = Data[0];
+  Rest.assign(reinterpret_cast<const char *>(Data) + 1, Size - 1);
+  return true;
+}
+
 /// Text with every "/" turned into "_" and no ".." left, so that a fuzzed
 /// name can only ever name something inside the current folder.
 inline std::string Confined(std::string Text) {

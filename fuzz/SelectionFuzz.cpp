@@ -154,10 +154,10 @@ void RunSelection(const std::string &ManifestPath,
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
                                       std::size_t Size) {
-  if (Size == 0)
+  std::uint8_t Settings = 0;
+  std::string Input;
+  if (!fuzz::SplitSettings(Data, Size, Settings, Input))
     return 0;
-  const std::uint8_t Settings = Data[0];
-  const std::string Input(reinterpret_cast<const char *>(Data) + 1, Size - 1);
   const std::size_t Split = Input.find('\0');
   const std::string Values =
       Split == std::string::npos ? "" : Input.substr(0, Split);

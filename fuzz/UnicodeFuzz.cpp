@@ -93,10 +93,10 @@ bool HasLoneSurrogate(const std::u16string &Text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
                                       std::size_t Size) {
-  if (Size == 0)
+  std::uint8_t Settings = 0;
+  std::string Bytes;
+  if (!fuzz::SplitSettings(Data, Size, Settings, Bytes))
     return 0;
-  const std::uint8_t Settings = Data[0];
-  const std::string Bytes(reinterpret_cast<const char *>(Data) + 1, Size - 1);
 
   // Decoding, sequence by sequence, as far as the model goes.
   for (std::size_t At = 0; At < Bytes.size();) {
