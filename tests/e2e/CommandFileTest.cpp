@@ -327,8 +327,9 @@ TEST_F(CommandFileTest, NoWrapKeepsACommandLineErrorOnOneLine) {
 
 TEST_F(CommandFileTest, OtherConsoleOptionsDoNotChangeCommandLineErrors) {
   // error_limit, diag and warning options take effect only after a parse
-  // that succeeded.
-  RunResult R = RunHere({"--error_limit=1", "--diag_suppress=Su001",
+  // that succeeded: the error is shown although its own tag is suppressed,
+  // and the limit of one error does not stop the run a second time.
+  RunResult R = RunHere({"--error_limit=1", "--diag_suppress=Su002",
                          "--warnings_are_errors", "--silent", "--bogus", "-z"});
   EXPECT_EQ(R.Status, 2);
   EXPECT_EQ(R.Out, "");
