@@ -13,17 +13,29 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
-scripts/install-deps.sh gcovr
+scripts/install-deps.sh gcovr ninja-build
 
 build=$root/build-coverage
 jobs=$(nproc 2>/dev/null || echo 2)
+# A tree left by another generator is started afresh.
+if [[ -f $build/CMakeCache.txt ]] &&
+  ! grep -qx 'CMAKE_GENERATOR:INTERNAL=Ninja' "$build/CMakeCache.txt"; then
+  rm -rf "$build"
+fi
 mkdir -p "$build"
 g++ -c -O1 "$root/scripts/GcovFlushOnExit.cpp" -o "$build/GcovFlushOnExit.o"
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Debug -DCHKSEL_BUILD_BENCH=OFF \
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCHKSEL_BUILD_BENCH=OFF \
   -DCMAKE_CXX_FLAGS="--coverage" -DCMAKE_CXX_COMPILER_LAUNCHER= \
   -DCMAKE_EXE_LINKER_FLAGS="--coverage -Wl,--wrap=_exit -Wl,--wrap=_Exit $build/GcovFlushOnExit.o" \
   >&2
 cmake --build "$build" -j "$jobs" >&2
+# Objects of targets and sources that are no longer built, and their notes,
+# would count as code never run.
+ninja -C "$build" -t cleandead >&2
+find "$build" -name '*.gcno' -print0 |
+  while IFS= read -r -d '' notes; do
+    [[ -f ${notes%.gcno}.o ]] || rm -f "$notes"
+  done
 find "$build" -name '*.gcda' -delete
 # Some end-to-end tests run the tool under a file-size limit or in an
 # unwritable folder, where the tool's counter files cannot be written whole
