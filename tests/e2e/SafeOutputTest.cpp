@@ -333,6 +333,27 @@ TEST_F(SameFileTest, OutputThatIsTheManifestIsRefused) {
   }
 }
 
+TEST_F(SameFileTest, OutputOnTheManifestOpensNoList) {
+  // A list in a missing folder would be Ms003; a FIFO nobody reads would
+  // block the open. Neither is reached.
+  ASSERT_EQ(::mkfifo(Dir.Path("sub/list.fifo").c_str(), 0600), 0);
+  for (const char *List : {"nowhere/sel.d", "sub/list.fifo"}) {
+    Process Run = Start(ChkselPath(),
+                        {"--manifest=m.txt", "--all", "--output=soft.txt",
+                         "--dependencies=m", List},
+                        Here());
+    RunResult R = Run.Wait(30);
+    EXPECT_FALSE(Run.TimedOut()) << List;
+    EXPECT_EQ(R.Status, 2) << List;
+    EXPECT_EQ(R.Out, "");
+    EXPECT_EQ(R.Err, "Error[Ms006]: illegal path \"soft.txt\"\n");
+    EXPECT_EQ(Read("m.txt"), TwoCheckManifest);
+    EXPECT_EQ(Names(),
+              (std::set<std::string>{"hard.txt", "m.txt", "soft.txt", "sub"}));
+    EXPECT_EQ(Names("sub"), std::set<std::string>{"list.fifo"});
+  }
+}
+
 TEST_F(SameFileTest, ManifestSpeltAnotherWay) {
   RunResult R =
       RunHere({"--manifest=./sub/../soft.txt", "--all", "--output=hard.txt"});
