@@ -75,6 +75,10 @@ public:
     Request.DefaultPackages = Members(*DefaultParser);
     Request.Groups = Members(*GroupParser);
     Request.Packages = Members(*PackageParser);
+    // Refused here rather than at the first pass, so that no dependency
+    // list is opened for a run that cannot go on.
+    LcRefuseOutputOverManifest(Setup.Console(), Setup.Console().Disk(),
+                               Request);
   }
 
 private:

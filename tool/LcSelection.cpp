@@ -376,17 +376,27 @@ void LcRunSelection(MsConsole &Console, GeDiskInterface &Disk,
   if (Passes.empty())
     return;
 
+  LcRefuseOutputOverManifest(Console, Disk, Request);
   const std::string &Manifest = Request.ManifestPath;
   const std::string &Output = Request.OutputPath;
-  if (OutputIsManifest(Disk, Output, Manifest)) {
-    Console.Report(MsMakeTag(MsMsgIllegalPath), MsConsole::ErrorFixed, Output);
-    throw MsConsoleException();
-  }
   // A manifest that is no regular file may not be there a second time.
   LcManifestSource Source(Console, Disk, Manifest,
                           Passes.size() > 1 && !IsRegularFile(Disk, Manifest));
   for (const auto &Pass : Passes)
     RunPass(Console, Disk, Pass.first, Source, Manifest, Output, *Pass.second);
+}
+
+void LcRefuseOutputOverManifest(MsConsole &Console, GeDiskInterface &Disk,
+                                const LcSelectionRequest &Request) {
+  const bool Selects = Request.All || !Request.CheckNames.empty() ||
+                       !Request.DefaultPackages.empty() ||
+                       !Request.Groups.empty() || !Request.Packages.empty();
+  if (!Selects ||
+      !OutputIsManifest(Disk, Request.OutputPath, Request.ManifestPath))
+    return;
+  Console.Report(MsMakeTag(MsMsgIllegalPath), MsConsole::ErrorFixed,
+                 Request.OutputPath);
+  throw MsConsoleException();
 }
 
 bool LcOutputOpened() { return OutputOpenedFlag; }

@@ -203,16 +203,23 @@ void LcRunPass(MsConsole &Console, GeDiskInterface &Disk, LcSelectionMode Mode,
                const std::string &ManifestPath, const std::string &OutputPath,
                const std::vector<std::string> &Requested);
 
+/// When Request selects anything and its output is the manifest itself (the
+/// same regular file however spelt, or for "-" a standard output redirected
+/// into it), reports Ms006 with the output path to Console and throws
+/// MsConsoleException. Opens nothing. The main flow asks this as soon as the
+/// paths are known, before the console opens its dependency lists.
+void LcRefuseOutputOverManifest(MsConsole &Console, GeDiskInterface &Disk,
+                                const LcSelectionRequest &Request);
+
 /// Runs the pass of every selection present in Request, in the order of
 /// LcSelectionMode, reporting to Console and opening files on Disk. With no
 /// selection nothing is opened.
 ///
-/// Before the first pass, an output that is the manifest itself (the same
-/// regular file however spelt, or for "-" a standard output redirected into
-/// it) is reported as Ms006 with the output path, and MsConsoleException is
-/// thrown: nothing is opened or truncated. A manifest that is not a regular
-/// file (a pipe, /dev/stdin) is read only once when several passes run: the
-/// first pass copies it into an anonymous file that every pass reads.
+/// Before the first pass, an output that is the manifest itself is refused
+/// as LcRefuseOutputOverManifest says: nothing is opened or truncated. A
+/// manifest that is not a regular file (a pipe, /dev/stdin) is read only
+/// once when several passes run: the first pass copies it into an anonymous
+/// file that every pass reads.
 void LcRunSelection(MsConsole &Console, GeDiskInterface &Disk,
                     const LcSelectionRequest &Request);
 

@@ -219,8 +219,10 @@ RunResult Process::Wait(double Seconds) {
   Child = -1;
   if (WIFEXITED(WaitStatus))
     Result.Status = WEXITSTATUS(WaitStatus);
-  else if (WIFSIGNALED(WaitStatus))
-    Result.Status = 128 + WTERMSIG(WaitStatus);
+  else if (WIFSIGNALED(WaitStatus)) {
+    Result.Signal = WTERMSIG(WaitStatus);
+    Result.Status = 128 + Result.Signal;
+  }
   Result.Out = ReadFile(Capture->Path("stdout"));
   Result.Err = ReadFile(Capture->Path("stderr"));
   return Result;

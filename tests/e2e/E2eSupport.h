@@ -31,6 +31,8 @@ using testsupport::WriteFile;
 struct RunResult {
   /// The exit status, or 128 + the signal number when a signal ended it.
   int Status = -1;
+  /// The number of the signal that ended it; 0 when it exited.
+  int Signal = 0;
   std::string Out;
   std::string Err;
 };

@@ -1016,6 +1016,23 @@ TEST_F(SelectionOnDisk, OutputLinkedToTheManifestIsRefusedBeforeAnyOpen) {
   EXPECT_FALSE(LcOutputOpened());
 }
 
+TEST_F(SelectionOnDisk, OutputOnTheManifestRefusedOnlyWithASelection) {
+  Disk.AddLink(Request.OutputPath, Request.ManifestPath);
+  // Without a selection nothing would be written, so nothing is refused.
+  EXPECT_NO_THROW(LcRefuseOutputOverManifest(Console, Disk, Request));
+  EXPECT_TRUE(Console.Messages().empty());
+  Request.Packages = {"core"};
+  EXPECT_THROW(LcRefuseOutputOverManifest(Console, Disk, Request),
+               MsConsoleException);
+  ASSERT_EQ(Console.Messages().size(), 1u);
+  EXPECT_EQ(Console.TagText(Console.Messages()[0].Tag), "Ms006");
+  EXPECT_EQ(Console.Messages()[0].Text, "illegal path \"selected.txt\"");
+  EXPECT_EQ(Disk.OpenHandles(), 0u);
+  EXPECT_EQ(Disk.WriteCalls(), 0u);
+  EXPECT_EQ(Disk.Contents(Request.ManifestPath), SampleManifest);
+  EXPECT_FALSE(LcOutputOpened());
+}
+
 TEST_F(SelectionOnDisk, DeviceOutputIsWrittenInPlace) {
   Disk.AddDevice("dev");
   Request.OutputPath = "dev";
