@@ -11,8 +11,8 @@
 //
 // A run must end with a result: going on without failure, or stopping (with
 // failure only after something was reported). When it goes on, the request
-// holds the paths the main flow uses and list values as the parser promises
-// them.
+// holds the paths the main flow uses, as the console knows them, and list
+// values as the parser promises them.
 #include "appinterface/LcConsoleApplicationInterface.h"
 #include "cmdline/ClCommandFile.h"
 #include "console/MsConsole.h"
@@ -20,6 +20,7 @@
 #include "tool/LCmMain0.h"
 #include "tool/LcSelection.h"
 
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -73,7 +74,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
     const std::size_t Equals = Piece.find('=');
     if (Piece.size() > 1 && Piece[0] == '@' && Equals != std::string::npos) {
       const std::string Name = Piece.substr(1, Equals - 1);
-      if (!Name.empty() && Name != ".")
+      // A name longer than a file name may be is passed over: no file can
+      // have it, so the run finds none.
+      if (!Name.empty() && Name != "." && Name.size() <= NAME_MAX)
         testsupport::WriteFile(Folder().Path(Name), Piece.substr(Equals + 1));
     } else {
       Args.push_back(Piece);
@@ -104,9 +107,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *Data,
     if (Result.Failed || Console.ErrorCount() != 0)
       Require(!Said.empty());
     if (Result.Proceed) {
-      Require(!Request.ManifestPath.empty());
-      Require(!Request.OutputPath.empty());
+      // A path may be empty: "--output=" gives the empty name as it stands,
+      // and the selection reports the file it cannot open.
       Require(Console.MainOutputName() == Request.OutputPath);
+      Require(Console.MainInputName() == Request.ManifestPath);
       Require(ValidListValues(Request.CheckNames));
       Require(ValidListValues(Request.DefaultPackages));
       Require(ValidListValues(Request.Groups));
