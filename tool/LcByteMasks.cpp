@@ -5,6 +5,10 @@
 
 #include "tool/LcByteMaskKernels.h"
 
+#if defined(LC_MASKS_X86) && __has_include(<sys/platform/x86.h>)
+#include <sys/platform/x86.h>
+#endif
+
 namespace {
 
 /// Runs Kernel for the number of initials Initials holds.
@@ -48,20 +52,33 @@ ClassifyAvx512(const char *Block, const LcInitials &Initials,
 } // namespace
 
 namespace {
+#ifdef LC_MASKS_X86
+#if __has_include(<sys/platform/x86.h>)
+// The C library has asked the processor what it offers before main, so its
+// answers are taken. __builtin_cpu_supports would link in a constructor of
+// the compiler's runtime that asks the processor again at every start, and
+// each question costs microseconds inside a virtual machine, where the
+// hypervisor answers it.
+#define LC_CPU_RUNS(Feature, Name) CPU_FEATURE_ACTIVE(Feature)
+#else
+#define LC_CPU_RUNS(Feature, Name) __builtin_cpu_supports(Name)
+#endif
+#endif
+
 /// Whether this processor runs Kind.
 bool Runs(LcMaskKind Kind) {
 #ifdef LC_MASKS_X86
   // The loops built around the wider kinds also use the bit manipulation
   // instructions that came with them.
-  bool Bmi = __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+  bool Bmi = LC_CPU_RUNS(BMI1, "bmi") && LC_CPU_RUNS(BMI2, "bmi2");
   switch (Kind) {
   case LcMaskKind::Portable:
   case LcMaskKind::Sse2:
     return true;
   case LcMaskKind::Avx2:
-    return Bmi && __builtin_cpu_supports("avx2");
+    return Bmi && LC_CPU_RUNS(AVX2, "avx2");
   case LcMaskKind::Avx512:
-    return Bmi && __builtin_cpu_supports("avx512bw");
+    return Bmi && LC_CPU_RUNS(AVX512BW, "avx512bw");
   }
   return false;
 #else
