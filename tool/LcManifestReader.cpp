@@ -100,6 +100,7 @@ void LcManifestReader::Start(std::istream *Stream) {
     Capacity = BlockSize;
   }
   Next = Scanned = Filled = RegionEnd = 0;
+  Consumed = 0;
   InputEnded = ReadFailed = false;
   Block.Valid = false;
   AtEndFlag = false;
@@ -209,7 +210,10 @@ bool LcManifestReader::Refill() {
   MakeRoom();
   std::size_t Got = 0;
   try {
-    Got = ReadSome(Buffer.get() + Filled, Capacity - Filled);
+    std::size_t Room = Capacity - Filled;
+    if (Consumed < RampUpInput)
+      Room = std::min(Room, RampUpReadSize);
+    Got = ReadSome(Buffer.get() + Filled, Room);
   } catch (const std::ios_base::failure &) {
     // A read error: the input ends here, without the line it interrupted.
     ReadFailed = true;
@@ -225,6 +229,7 @@ bool LcManifestReader::Refill() {
                                          Buffer.get()) +
                 1;
   Filled += Got;
+  Consumed += Got;
   // A block classified near the end of the input reads up to a block past
   // it; those bytes count for nothing, but are given a value.
   std::memset(Buffer.get() + Filled, 0, LcMaskBlockSize);

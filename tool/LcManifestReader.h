@@ -108,6 +108,12 @@ class LcManifestReader {
 public:
   /// Initial size of the reader's own buffer.
   static constexpr std::size_t DefaultBlockSize = 256 * 1024;
+  /// Until RampUpInput bytes have been read since Open, a read asks for at
+  /// most RampUpReadSize bytes, so that a short manifest touches only the
+  /// start of the buffer: a page of memory touched for the first time costs
+  /// about as much as reading a page of the manifest.
+  static constexpr std::size_t RampUpInput = 1024 * 1024;
+  static constexpr std::size_t RampUpReadSize = 64 * 1024;
 
   /// BlockSize (at least 1) is the initial size of the reader's buffer and
   /// thereby the most it asks of the input at once. Skimming classifies the
@@ -190,6 +196,8 @@ private:
   bool InputEnded = false;
   /// Set after a read error: the line it interrupted is dropped.
   bool ReadFailed = false;
+  /// How much input has been read since Open.
+  std::size_t Consumed = 0;
 
   /// The key filter and what skimming makes of it.
   LcKeyFilter Filter;

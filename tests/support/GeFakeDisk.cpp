@@ -196,6 +196,7 @@ int GeFakeDisk::OpenWrite(const std::string &Path, GeWriteMode Mode,
 
 int GeFakeDisk::Read(int Handle, char *Data, std::size_t Size,
                      std::size_t &Got) {
+  ReadRequests.push_back(Size);
   auto Open = Handles.find(Handle);
   if (Open == Handles.end() || Open->second.Writing)
     return EBADF;

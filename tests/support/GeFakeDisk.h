@@ -39,6 +39,8 @@ public:
   std::size_t OpenHandles() const { return Handles.size(); }
   /// How many Write calls the disk has seen.
   unsigned WriteCalls() const { return Writes; }
+  /// The Size of every Read call the disk has seen, in order.
+  const std::vector<std::size_t> &ReadSizes() const { return ReadRequests; }
 
   /// The Nth Write call from now (1: the next) fails with Error, writing
   /// nothing.
@@ -92,6 +94,7 @@ private:
   int NextHandle = 3;
   std::uint64_t NextInode = 1;
   unsigned Writes = 0;
+  std::vector<std::size_t> ReadRequests;
   unsigned FailingWrite = 0;
   int WriteError = 0;
   std::map<std::string, int> FailingOpens;

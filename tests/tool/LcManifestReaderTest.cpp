@@ -980,6 +980,45 @@ TEST_F(ManifestReaderOnDisk, ReadsTheFileAndClosesIt) {
   EXPECT_TRUE(Console.Messages().empty());
 }
 
+TEST_F(ManifestReaderOnDisk, ReadsInSmallPiecesUntilTheRampUpInputIsRead) {
+  // Records of about 1 KiB, some 3 MiB in all: the reads cross the end of
+  // the ramp-up in the middle of a record.
+  std::string Text;
+  Records Expected;
+  const std::string LongValue(1000, 'v');
+  for (int I = 0; Text.size() < 3 * LcManifestReader::RampUpInput; ++I) {
+    std::string Name = "check-" + std::to_string(I);
+    Text += "checkname=" + Name + "\ndescription=" + LongValue + "\n\n";
+    Expected.push_back({{"checkname", Name}, {"description", LongValue}});
+  }
+  Disk.AddFile("m.txt", Text);
+  LcManifestReader Reader;
+  Reader.Open(Console, Disk, "m.txt");
+  Records Seen;
+  while (!Reader.AtEnd()) {
+    Seen.push_back(Copy(Reader.Current()));
+    Reader.Advance();
+  }
+  EXPECT_EQ(Seen, Expected);
+  // A file hands over all that is asked of it, up to its end.
+  const std::vector<std::size_t> &Sizes = Disk.ReadSizes();
+  ASSERT_FALSE(Sizes.empty());
+  EXPECT_EQ(Sizes.front(), LcManifestReader::RampUpReadSize);
+  std::size_t Read = 0;
+  std::size_t Larger = 0;
+  for (std::size_t Size : Sizes) {
+    if (Read < LcManifestReader::RampUpInput)
+      EXPECT_LE(Size, LcManifestReader::RampUpReadSize) << "after " << Read;
+    else if (Size > LcManifestReader::RampUpReadSize)
+      ++Larger;
+    Read += std::min(Size, Text.size() - Read);
+  }
+  EXPECT_EQ(Read, Text.size());
+  // The rest comes in reads of nearly a whole buffer.
+  EXPECT_GE(Larger, (Text.size() - LcManifestReader::RampUpInput) /
+                        LcManifestReader::DefaultBlockSize);
+}
+
 TEST_F(ManifestReaderOnDisk, ReadsThroughALink) {
   Disk.AddFolder("conf");
   Disk.AddFile("conf/m.txt", "checkname=A\n\n");
