@@ -10,24 +10,16 @@
 #include <ios>
 #include <utility>
 
-namespace {
-/// Selected names are gathered into pieces of this size before they are
-/// written.
-constexpr std::size_t OutputChunkSize = 64 * 1024;
-} // namespace
-
 LcNameWriter::LcNameWriter(LcNameSink Target)
-    : Sink(Target), Chunk(new char[OutputChunkSize]) {}
+    : Sink(Target), Chunk(new char[ChunkSize]) {}
 
-bool LcNameWriter::Add(std::string_view Name) {
+bool LcNameWriter::AddToFullPiece(std::string_view Name) {
   const std::size_t Size = Name.size();
-  if (Used + Size >= OutputChunkSize) {
-    if (!Flush())
-      return false;
-    if (Size >= OutputChunkSize)
-      return Sink.Write(Sink.Context, Name.data(), Size) &&
-             Sink.Write(Sink.Context, "\n", 1);
-  }
+  if (!Flush())
+    return false;
+  if (Size >= ChunkSize)
+    return Sink.Write(Sink.Context, Name.data(), Size) &&
+           Sink.Write(Sink.Context, "\n", 1);
   std::memcpy(Chunk.get() + Used, Name.data(), Size);
   Chunk[Used + Size] = '\n';
   Used += Size + 1;

@@ -6,6 +6,7 @@
 #include "tool/CoutSink.h"
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -25,15 +26,29 @@ struct LcNameSink {
 /// long for a piece goes to the sink by itself.
 class LcNameWriter {
 public:
+  /// The size of the pieces.
+  static constexpr std::size_t ChunkSize = 64 * 1024;
+
   explicit LcNameWriter(LcNameSink Target);
 
   /// Adds Name and "\n"; answers false once the output has failed.
-  bool Add(std::string_view Name);
+  bool Add(std::string_view Name) {
+    // Called for every name selected, so the common case, a name that fits
+    // in the piece being gathered, is done where the call is.
+    if (Used + Name.size() >= ChunkSize)
+      return AddToFullPiece(Name);
+    std::memcpy(Chunk.get() + Used, Name.data(), Name.size());
+    Chunk[Used + Name.size()] = '\n';
+    Used += Name.size() + 1;
+    return true;
+  }
   /// Writes what has been gathered; answers false once the output has
   /// failed.
   bool Flush();
 
 private:
+  bool AddToFullPiece(std::string_view Name);
+
   LcNameSink Sink;
   std::unique_ptr<char[]> Chunk;
   std::size_t Used = 0;
