@@ -37,7 +37,7 @@ public:
     // in the piece being gathered, is done where the call is.
     if (Used + Name.size() >= ChunkSize)
       return AddToFullPiece(Name);
-    std::memcpy(Chunk.get() + Used, Name.data(), Name.size());
+    CopyName(Chunk.get() + Used, Name.data(), Name.size());
     Chunk[Used + Name.size()] = '\n';
     Used += Name.size() + 1;
     return true;
@@ -48,6 +48,25 @@ public:
 
 private:
   bool AddToFullPiece(std::string_view Name);
+  /// Copies Size bytes; names are short, so those of 8 to 32 bytes are
+  /// copied in two overlapping moves rather than through a call.
+  static void CopyName(char *To, const char *From, std::size_t Size) {
+    if (Size >= 16 && Size <= 32) {
+      char Head[16], Tail[16];
+      std::memcpy(Head, From, 16);
+      std::memcpy(Tail, From + Size - 16, 16);
+      std::memcpy(To, Head, 16);
+      std::memcpy(To + Size - 16, Tail, 16);
+    } else if (Size >= 8 && Size < 16) {
+      char Head[8], Tail[8];
+      std::memcpy(Head, From, 8);
+      std::memcpy(Tail, From + Size - 8, 8);
+      std::memcpy(To, Head, 8);
+      std::memcpy(To + Size - 8, Tail, 8);
+    } else {
+      std::memcpy(To, From, Size);
+    }
+  }
 
   LcNameSink Sink;
   std::unique_ptr<char[]> Chunk;
