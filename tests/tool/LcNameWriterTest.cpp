@@ -1,5 +1,6 @@
 // Tests of the name writer: every name reaches the sink whole and in order,
-// followed by "\n", in pieces no larger than a piece, whatever its length.
+// followed by "\n", whatever its length; pieces stay below the writer's piece
+// size, but for a name too long for one, which goes by itself.
 #include "tool/LcPassOutput.h"
 
 #include <gtest/gtest.h>
