@@ -56,6 +56,21 @@ TEST(ByteMasks, PortableAndBaselineKindsAreAlwaysThere) {
   EXPECT_STREQ(LcMaskKindName(LcMaskKind::Avx512), "avx512");
 }
 
+TEST(ByteMasks, KindsAreThoseTheProcessorReportsItself) {
+  // The program asks the C library; the compiler's own query asks the
+  // processor. Both must name the same kinds.
+  std::vector<LcMaskKind> Wanted{LcMaskKind::Portable};
+#if defined(__GNUC__) && defined(__x86_64__)
+  Wanted.push_back(LcMaskKind::Sse2);
+  bool Bmi = __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+  if (Bmi && __builtin_cpu_supports("avx2"))
+    Wanted.push_back(LcMaskKind::Avx2);
+  if (Bmi && __builtin_cpu_supports("avx512bw"))
+    Wanted.push_back(LcMaskKind::Avx512);
+#endif
+  EXPECT_EQ(LcMaskKindsForThisMachine(), Wanted);
+}
+
 TEST(ByteMasks, EveryByteInEveryPosition) {
   // The block holds one byte value at one place among bytes that match
   // nothing, then the same value everywhere.
